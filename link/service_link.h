@@ -9,6 +9,7 @@
 namespace kv::link {
 
 /// Runs a function on the owner's thread (a Qt queued call in the GUI, a queue in the CLI and tests).
+/// post() is called from any thread and must only queue: never run `fn` before it returns.
 class Executor {
 public:
     virtual ~Executor() = default;

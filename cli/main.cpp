@@ -1,0 +1,150 @@
+// kelvarra-ctl: logs in to a service exactly as the desktop client does and prints or applies
+// its configuration.
+#include <termios.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "app/session.h"
+#include "base/lang.h"
+#include "base/log.h"
+#include "cli/dump.h"
+#include "link/tcp_link.h"
+
+namespace {
+
+constexpr const char* kTitle = "kelvarra-ctl";
+
+std::string readPassword() {
+    if (const char* env = std::getenv("KELVARRA_PASSWORD")) return env;
+    std::string pass;
+    std::cerr << "Password: " << std::flush;
+    termios old{};
+    const bool tty = ::isatty(STDIN_FILENO) && ::tcgetattr(STDIN_FILENO, &old) == 0;
+    if (tty) {
+        termios quiet = old;
+        quiet.c_lflag &= static_cast<tcflag_t>(~ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+    }
+    std::getline(std::cin, pass);
+    if (tty) {
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &old);
+        std::cerr << "\n";
+    }
+    return pass;
+}
+
+// Status lines go to stderr when asked for; boxes always do.
+class CliPrompter : public kv::app::Prompter {
+public:
+    bool verbose = false;
+    std::string lastStatus;
+    std::string lastBox;
+    void status(const std::string& text) override {
+        lastStatus = text;
+        if (verbose) std::cerr << text << "\n";
+    }
+    kv::app::Answer box(kv::app::BoxKind, const std::string& text, const std::string& title) override {
+        lastBox = text;
+        std::cerr << title << ": " << text << "\n";
+        return kv::app::Answer::Ok;
+    }
+};
+
+class CliHost : public kv::app::LoginHost {
+public:
+    bool entered = false;
+    bool ended = false;
+    void enterConfiguration(int32_t) override { entered = true; }
+    void unload() override { ended = true; }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App cli{"Command-line client of the Kelvarra 64 service"};
+    std::string host = "127.0.0.1";
+    int port = 9877;
+    std::string user = "admin";
+    int timeoutSeconds = 40;
+    bool verbose = false;
+    cli.add_option("--host", host, "Service address");
+    cli.add_option("--port", port, "Service port")->check(CLI::Range(1, 65535));
+    cli.add_option("--user", user, "Account name");
+    cli.add_option("--timeout", timeoutSeconds, "Seconds to wait for the whole load");
+    cli.add_flag("-v,--verbose", verbose, "Show the login's status lines");
+    auto* loginCmd = cli.add_subcommand("login", "Log in, load the configuration and log out");
+    auto* dumpCmd = cli.add_subcommand("dump", "Print the loaded configuration as JSON");
+    cli.require_subcommand(1);
+    try {
+        cli.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        const int rc = cli.exit(e);
+        return rc == 0 ? 0 : 2;
+    }
+
+    const std::string password = readPassword();
+    kv::base::Language lang(std::filesystem::path(KV_SOURCE_SHARE) / "Lang");
+    if (const char* home = std::getenv("KELVARRA_HOME")) lang.setFolder(std::filesystem::path(home) / "Lang");
+    lang.LoadLanguage(kv::base::LanguageFileName(1));
+    kv::base::Log log(kTitle);
+
+    kv::app::QueueExecutor executor;
+    kv::link::TcpLink link(executor);
+    CliPrompter prompter;
+    prompter.verbose = verbose;
+    CliHost hostCallbacks;
+    kv::app::Session session(link, prompter, lang, log, hostCallbacks, kTitle);
+
+    kv::app::LoginController& login = session.login;
+    login.cmdLine.bCmdLogin = true;
+    login.cmdLine.sCmdIP = host;
+    login.cmdLine.iCmdPort = port;
+    login.cmdLine.sCmdUser = user;
+    login.cmdLine.sCmdPass = password;
+    login.bClickLogin = false;
+    login.imgLoginBtn_Click(0);
+    if (login.hLogin < 0) {
+        std::cerr << prompter.lastStatus << "\n";
+        return 3;
+    }
+
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + std::chrono::seconds(timeoutSeconds);
+    auto nextTick = Clock::now() + std::chrono::seconds(1);
+    size_t routedAtEntry = 0;
+    bool loaded = false;
+    while (Clock::now() < deadline && !hostCallbacks.ended) {
+        executor.drain(50);
+        if (Clock::now() >= nextTick) {
+            login.Timer1000();
+            nextTick += std::chrono::seconds(1);
+        }
+        if (hostCallbacks.entered && routedAtEntry == 0) routedAtEntry = session.responsesRouted() + 1;
+        if (hostCallbacks.entered &&
+            session.responsesRouted() + 1 - routedAtEntry >= kv::app::Session::kInitialAsyncReads) {
+            loaded = true;
+            break;
+        }
+        // A login that stops waiting without entering has failed (a final status, the time limit,
+        // or a session start that stopped).
+        if (!login.bLoginWait && !hostCallbacks.entered) break;
+    }
+    if (!hostCallbacks.entered) {
+        std::cerr << (prompter.lastBox.empty() ? prompter.lastStatus : prompter.lastBox) << "\n";
+        link.Logout(login.hLogin);
+        return 3;
+    }
+    if (!loaded) std::cerr << "warning: not every answer of the initial load arrived\n";
+    if (dumpCmd->parsed()) std::cout << kv::cli::DumpConfig(session.config).dump(2) << "\n";
+    if (loginCmd->parsed() && verbose) std::cerr << "logged in\n";
+    session.dispatcher.bAppEnding = true;
+    link.Logout(login.hLogin);
+    return 0;
+}

@@ -1,0 +1,107 @@
+// The reference service behind the link: answers commands from the stored configuration, checks
+// accounts and admission, serves map pictures, runs exports and answers discovery.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <asio.hpp>
+
+#include "link/server_handler.h"
+#include "sim/probe.h"
+#include "sim/store.h"
+#include "sim/traffic_log.h"
+
+namespace kv::sim {
+
+struct Command;
+
+/// The notice that tells every client the service is about to restart.
+inline constexpr const char* kRebootNotice = "<NOTIFY><Reboot>1</Reboot></NOTIFY>";
+
+struct ServiceOptions {
+    std::filesystem::path dataDir;  // "Map/" and "Export/" live here
+    std::string version;            // replaces the stored Version of the server information when set
+    bool denyRemote = false;        // remote logins get -11
+    bool noRemote = false;          // remote logins get -12
+    bool shuttingDown = false;      // every login gets -14
+    bool silent = false;            // logins are never answered
+    bool loopbackIsRemote = false;  // loopback peers count as remote for the two options above
+    std::string address = "127.0.0.1";  // the listening address, told to discovery
+    uint16_t port = 0;                   // the listening port, told to discovery
+};
+
+/// All calls come on the one thread that runs the io_context: the service keeps no locks.
+/// Export timers run on the same io_context.
+class SimService final : public link::ServerHandler {
+public:
+    SimService(asio::io_context& io, SimStore& store, ServiceOptions options, TrafficLog* traffic = nullptr);
+    ~SimService() override;
+
+    void setListenEndpoint(std::string address, uint16_t port);
+    /// Adds a row to the system log (code and sub-code of the log's table) made by `peer`.
+    void logEvent(int32_t code, int32_t subCode, const link::PeerInfo& peer);
+
+    std::optional<int32_t> admission(const link::PeerInfo& peer) override;
+    std::optional<std::string> passwordOf(const std::string& user) override;
+    std::string onCommand(const link::PeerInfo& peer, const std::string& xml) override;
+    std::optional<std::string> readFile(const link::PeerInfo& peer, const std::string& serverFile, int32_t groupID,
+                                        int32_t flag) override;
+    bool writeFile(const link::PeerInfo& peer, const std::string& name, int32_t groupID, int32_t flag,
+                   const std::string& data) override;
+    std::string filterTest(const link::PeerInfo& peer, const std::string& rawText,
+                           const std::string& profileXml) override;
+    int32_t startExport(const link::PeerInfo& peer, int32_t kind, const std::string& xml,
+                        link::ExportSink sink) override;
+    bool stopExport(const link::PeerInfo& peer, int32_t exportID) override;
+    std::string discoveryReply(int32_t type) override;
+    void sessionClosed(const link::PeerInfo& peer) override;
+
+    /// The folder of map pictures and the folder exports are written to.
+    std::filesystem::path mapDir() const { return options_.dataDir / "Map"; }
+    std::filesystem::path exportDir() const { return options_.dataDir / "Export"; }
+
+private:
+    struct Query {
+        uint64_t sessionId = 0;
+        bool counting = false;          // a counting-log query rather than a system-log one
+        std::vector<std::string> rows;  // the rows the last search found
+        size_t position = 0;            // first row of the page last answered
+        size_t pageSize = 0;
+    };
+    struct Export;
+
+    std::string answer(const link::PeerInfo& peer, const Command& cmd);
+    std::string read(const Command& cmd);
+    std::string write(const link::PeerInfo& peer, const Command& cmd);
+    std::string serverInfo(const Command& cmd);
+    std::string userGroup(const Command& cmd);
+    std::string portCheck(const Command& cmd);
+    std::string ddnsCheck(const Command& cmd);
+    std::string ddnsStatus(const Command& cmd);
+    std::string openQuery(const link::PeerInfo& peer, const Command& cmd, bool counting);
+    std::string closeQuery(const Command& cmd);
+    std::string queryPage(const link::PeerInfo& peer, const Command& cmd);
+    /// The system log document with one row more (or with that row alone when not `keepOld`).
+    std::string sysLogWith(int32_t code, int32_t subCode, const link::PeerInfo& peer, bool keepOld = true);
+    std::string startCapture(const Command& cmd);
+    void exportTick(int32_t id);
+
+    asio::io_context& io_;
+    SimStore& store_;
+    ServiceOptions options_;
+    TrafficLog* traffic_;
+    CpuSampler cpu_;
+    std::map<int32_t, Query> queries_;
+    int32_t nextQueryId_ = 1;
+    int32_t nextCaptureId_ = 1;
+    std::map<int32_t, std::unique_ptr<Export>> exports_;
+    int32_t nextExportId_ = 1;
+};
+
+}  // namespace kv::sim
