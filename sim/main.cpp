@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
     app.add_option("--data", o.data, "Data folder (default $XDG_DATA_HOME/kelvarra-sim)");
     app.add_flag("--reset", o.reset, "Start again from the seed configuration");
     app.add_option("--seed", o.seed, "Configuration of a new or reset store")
-        ->check(CLI::IsMember({"demo", "empty"}))
+        ->check(CLI::IsMember({"demo", "empty", "full"}))
         ->capture_default_str();
     app.add_flag("--deny-remote", o.denyRemote, "Reject logins from other machines (-11)");
     app.add_flag("--no-remote", o.noRemote, "Tell other machines remote logins are not supported (-12)");
@@ -92,7 +92,9 @@ int main(int argc, char** argv) {
     if (!opened) return fail(opened.error());
     kv::sim::SimStore& store = *opened.value();
     if (store.empty()) {
-        auto docs = o.seed == "empty" ? kv::sim::emptyDocuments() : kv::sim::demoDocuments();
+        auto docs = o.seed == "empty"  ? kv::sim::emptyDocuments()
+                    : o.seed == "full" ? kv::sim::fullDocuments()
+                                       : kv::sim::demoDocuments();
         // The marker keeps a store that was seeded empty from being seeded again.
         docs.emplace_back("seed", o.seed);
         if (!store.putAll(docs)) return fail("cannot write the seed configuration into the store");

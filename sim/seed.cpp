@@ -62,6 +62,13 @@ SimStore::Documents demoDocuments() { return documents(true); }
 
 SimStore::Documents emptyDocuments() { return documents(false); }
 
+SimStore::Documents fullDocuments() {
+    SimStore::Documents docs = documents(true);
+    seed::replaceWithFullChannels(docs);
+    seed::replaceWithFullAccounts(docs);
+    return docs;
+}
+
 std::string readKey(int commandId, std::string_view paramBody) {
     if (commandId == app::cmd::kGetServiceInfo || commandId == app::cmd::kServiceInfoPushed) return "4100";
     if (commandId == app::cmd::kGetEMapNode) return "4098." + std::to_string(paramNumber(paramBody, "Type", 1));

@@ -14,6 +14,9 @@ namespace kv::sim {
 SimStore::Documents demoDocuments();
 /// A server with nothing configured (no users, no channels), still answering every read.
 SimStore::Documents emptyDocuments();
+/// The demo with every channel configured and the account lists filled up: the load of a
+/// fully used server, for measurements.
+SimStore::Documents fullDocuments();
 
 /// The document a write command replaces: (key, new body) built from the command's Param body,
 /// or nullopt when the write changes no stored document.

@@ -214,6 +214,47 @@ const std::vector<DemoChannel>& demoChannels() {
     return channels;
 }
 
+void replaceDocument(Documents& docs, const std::string& key, std::string body) {
+    for (auto& [k, v] : docs) {
+        if (k == key) {
+            v = std::move(body);
+            return;
+        }
+    }
+    docs.emplace_back(key, std::move(body));
+}
+
+void replaceWithFullChannels(Documents& docs) {
+    // Channels 17 to 64 repeat the demo's cameras at their own addresses and names.
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> out;
+        for (int ch = 17; ch <= 64; ++ch) out.push_back("Camera " + std::to_string(ch));
+        return out;
+    }();
+    static const std::vector<std::string> addresses = [] {
+        std::vector<std::string> out;
+        for (int ch = 17; ch <= 64; ++ch) out.push_back("192.168.11." + std::to_string(ch));
+        return out;
+    }();
+    std::vector<ChannelSpec> all = channelSpecs();
+    for (int ch = 17; ch <= 64; ++ch) {
+        ChannelSpec c = channelSpecs()[static_cast<size_t>((ch - 17) % 12)];  // the single-input cameras
+        c.ch = ch;
+        c.name = names[static_cast<size_t>(ch - 17)].c_str();
+        c.ip = addresses[static_cast<size_t>(ch - 17)].c_str();
+        c.videoNumber = 1;
+        all.push_back(c);
+    }
+    std::string detail, status;
+    for (const ChannelSpec& c : all) {
+        detail += channelDetail(c);
+        status += "<CH" + attr("ID", c.ch) + ">" + elem("Connected", c.connected) + elem("InRecord", c.connected) +
+                  elem("RecordMode", 1) + elem("Bitrate", 1024) + elem("FPS", c.connected ? 15 : 0) + "</CH>";
+    }
+    replaceDocument(docs, "24582", wrap("CHList", detail));
+    replaceDocument(docs, "24578", wrap("ChannelStatus", wrap("CHList", status)));
+}
+
 void addChannelDocuments(Documents& docs, bool demo) {
     std::string detail;
     std::string status;

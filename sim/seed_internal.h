@@ -70,4 +70,11 @@ void addAnalyticsDocuments(Documents& docs, bool demo);
 void addSystemDocuments(Documents& docs, bool demo);
 void addPosDocuments(Documents& docs, bool demo);
 
+/// Channel detail and status with all 64 channels configured (the demo's and generated ones).
+void replaceWithFullChannels(Documents& docs);
+/// Accounts and groups filled up to the limits: seven groups, many users.
+void replaceWithFullAccounts(Documents& docs);
+/// Replaces the body stored under `key`, or adds it.
+void replaceDocument(Documents& docs, const std::string& key, std::string body);
+
 }  // namespace kv::sim::seed

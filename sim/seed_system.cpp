@@ -126,4 +126,27 @@ void addSystemDocuments(Documents& docs, bool demo) {
     docs.emplace_back("4098.0", mapReply(demo ? mapCameras() : std::vector<MapNode>{}));
 }
 
+void replaceWithFullAccounts(Documents& docs) {
+    const std::string all = channelRange(1, 64);
+    std::string groups;
+    for (int id = 1; id <= 7; ++id) {
+        const std::string live = id == 1 ? all : channelRange(1, 8 * id + 8);
+        const std::string name = id == 1 ? "Admin Group" : "Group " + std::to_string(id);
+        groups += "<UserGroup" + attr("Name", name) + attr("Type0", live) + attr("Type1", id == 1 ? all : "1,2,3") +
+                  attr("Type2", live);
+        for (int t = 3; t <= 11; ++t) groups += attr("Type" + std::to_string(t), 0);
+        groups += " >" + std::to_string(id) + "</UserGroup>";
+    }
+    replaceDocument(docs, "32803", wrap("UserGroupList", groups));
+    std::string users;
+    for (int id = 1; id <= 100; ++id) {
+        const std::string name = id == 1 ? "admin" : "user" + std::to_string(id);
+        users += "<User" + attr("Name", name) + attr("Password", id == 1 ? "admin" : "pw" + std::to_string(id)) +
+                 attr("Company", "Kelvarra Demo") + attr("Phone", "+44 20 7946 " + std::to_string(1000 + id)) +
+                 attr("PrimaryMail", name + "@example.com") + attr("SecondMail", "") +
+                 attr("GroupID", id == 1 ? 1 : 1 + id % 7) + " >" + std::to_string(id) + "</User>";
+    }
+    replaceDocument(docs, "32801", wrap("UserList", users));
+}
+
 }  // namespace kv::sim::seed
