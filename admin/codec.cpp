@@ -4,6 +4,7 @@
 #include "app/commands.h"
 #include "app/protocol.h"
 #include "app/xml_read.h"
+#include "base/text.h"
 
 namespace kv::admin {
 
@@ -72,5 +73,83 @@ bool GetServiceStatus(std::string_view xml, ServiceStatus& s) {
         return false;
     }
 }
+
+namespace {
+
+std::string element(const char* name, const std::string& value) {
+    return std::string("<") + name + ">" + value + "</" + name + ">";
+}
+
+// The "Status" child of RESPONSE; false when the answer has none.
+bool readStatus(std::string_view xml, int16_t& status) {
+    try {
+        pugi::xml_document doc;
+        if (!app::LoadReply(doc, xml)) return false;
+        const pugi::xml_node r = app::ResponseOf(doc);
+        const pugi::xml_node s = r.child("Status");
+        if (!s) return false;
+        status = app::ToInt16(s.text().get());
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+}  // namespace
+
+std::string Get_SaveServerInfor_XML(const ServerInfo& i) {
+    std::string body = element("IP", base::XMLFilter(i.IP, true));
+    body += "<DomainName /><SerialNumber />";
+    body += element("Name", base::XMLFilter(i.Name, true));
+    body += element("Port", std::to_string(i.Port));
+    body += element("DSTIndex", std::to_string(i.DSTIndex));
+    body += element("DSTEnable", i.DSTEnable ? "1" : "0");
+    body += element("HTTPPort", std::to_string(i.HTTPPort));
+    body += element("Language", std::to_string(i.Language));
+    return app::CommandA(app::cmd::kSaveServiceInfo, body);
+}
+
+std::string Get_PortChecking_XML(int32_t type, int32_t port) {
+    return app::CommandA(app::cmd::kCheckPort, element("Type", std::to_string(type)) + element("Port", std::to_string(port)));
+}
+
+std::string Get_SetDDNSSetting_XML(const DDNSSetting& d) {
+    std::string body = element("Enable", d.Enable ? "1" : "0");
+    body += element("Server", std::to_string(d.Server));
+    body += element("Period", std::to_string(d.Period));
+    body += element("DomainName", base::XMLFilter(d.DomainName, true));
+    body += element("UserName", base::XMLFilter(d.UserName, true));
+    body += element("Password", base::XMLFilter(d.Password, true));
+    return app::CommandA(app::cmd::kSetDdns, body);
+}
+
+std::string Get_DDNSChecking_XML(const DDNSSetting& d) {
+    std::string body = element("Server", std::to_string(d.Server));
+    body += element("DomainName", base::XMLFilter(d.DomainName, true));
+    body += element("UserName", base::XMLFilter(d.UserName, true));
+    body += element("Password", base::XMLFilter(d.Password, true));
+    return app::CommandA(app::cmd::kCheckDdns, body);
+}
+
+bool Load_PortChecking_XML(std::string_view xml, PortCheck& check) {
+    try {
+        pugi::xml_document doc;
+        if (!app::LoadReply(doc, xml)) return false;
+        const pugi::xml_node r = app::ResponseOf(doc);
+        if (!r) return false;
+        PortCheck out;
+        out.Port = app::ToInt32(r.child("Port").text().get());
+        const pugi::xml_node a = r.child("Available");
+        out.Available = a ? app::ToInt32(a.text().get()) : -1;
+        check = out;
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+bool Load_DDNSCheck(std::string_view xml, int16_t& DDNSCheckStatus) { return readStatus(xml, DDNSCheckStatus); }
+
+bool Load_DDNSStatus_XML(std::string_view xml, int16_t& DDNSStatus) { return readStatus(xml, DDNSStatus); }
 
 }  // namespace kv::admin

@@ -202,6 +202,8 @@ void LoginController::sessionStart() {
     // 1. The accounts; with none at all, the group check is skipped.
     if (!sync(CommandC(cmd::kGetUsers), reply)) return;
     users::Load_UserList_XML(reply, config_.strUser);
+    // The synchronous answers do not pass the dispatcher: their data-arrived flags are set here.
+    dispatcher_.bDataReady[16] = true;
     // 2. Only the administrators' group may configure.
     if (!users::NoUsers(config_.strUser)) {
         if (!sync(users::Get_UserGroupOfUser_XML(sLoginUser), reply)) return;
@@ -236,12 +238,16 @@ void LoginController::sessionStart() {
     dispatcher_.bDataReady[0] = true;
     // 7. Groups, 8. DDNS, 9. channels.
     prompter_.status(text(417));
-    if (sync(users::Get_UserGroup_XML(), reply)) users::Load_UserGroup_XML(reply, config_.strUserGroup);
+    if (sync(users::Get_UserGroup_XML(), reply)) {
+        users::Load_UserGroup_XML(reply, config_.strUserGroup);
+        dispatcher_.bDataReady[15] = true;
+    }
     if (sync(CommandC(cmd::kGetDdns), reply)) admin::Load_DDNSSetting_XML(reply, config_.ddns);
     prompter_.status(text(374));
-    if (sync(CommandA(cmd::kGetChannelDetail, userdata::kFormMain, channelListBody(config_.iMaxChannel)), reply) &&
-        syncParsers.channelDetail)
-        syncParsers.channelDetail(reply);
+    if (sync(CommandA(cmd::kGetChannelDetail, userdata::kFormMain, channelListBody(config_.iMaxChannel)), reply)) {
+        if (syncParsers.channelDetail) syncParsers.channelDetail(reply);
+        dispatcher_.bDataReady[1] = true;
+    }
     // 10. Analytics: the region reads with channel 0 stand for all channels.
     prompter_.status(text(415));
     async(CommandA(cmd::kGetAnalytics, ""));

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "admin/codec.h"
+#include "channels/codec.h"
 #include "users/codec.h"
 
 namespace kv::app {
@@ -43,6 +44,13 @@ Session::Session(link::ServiceLink& link, Prompter& prompter, const base::Langua
 Session::~Session() { link_.setEvents(nullptr); }
 
 void Session::registerParsers() {
+    const auto channelDetail = [this](const std::string& x) { channels::Load_ChannelDetailInfo_XML(x, config.strCH); };
+    dispatcher.registerParser(24582, channelDetail);
+    login.syncParsers.channelDetail = channelDetail;
+    dispatcher.registerParser(24578, [this](const std::string& x) {
+        channels::GetChannelStatus(x, config.strCH, config.iMaxChannel);
+    });
+    dispatcher.registerParser(8194, [this](const std::string& x) { channels::Load_SearchCAMList_XML(x, config.strSearchCam); });
     dispatcher.registerParser(32790, [this](const std::string& x) { admin::Load_ServiceInfo_XML(x, config.serverInfo); });
     dispatcher.registerParser(32801, [this](const std::string& x) { users::Load_UserList_XML(x, config.strUser); });
     dispatcher.registerParser(32803, [this](const std::string& x) { users::Load_UserGroup_XML(x, config.strUserGroup); });

@@ -1,6 +1,8 @@
 // JSON sections of the configuration tables.
 #include "cli/dump.h"
 
+#include "cli/channels.h"
+
 namespace kv::cli {
 namespace {
 
@@ -40,6 +42,7 @@ Json DumpConfig(const app::Config& c) {
     for (const auto& g : c.strUserGroup)
         if (g.ID >= 0) groupsJson.push_back(groupJson(g));
     doc["strUserGroup"] = groupsJson;
+    DumpChannels(c, doc);
     return doc;
 }
 

@@ -14,6 +14,8 @@
 #include "app/session.h"
 #include "base/lang.h"
 #include "base/log.h"
+#include "cli/apply.h"
+#include "cli/channels.h"
 #include "cli/dump.h"
 #include "link/tcp_link.h"
 
@@ -81,12 +83,27 @@ int main(int argc, char** argv) {
     cli.add_flag("-v,--verbose", verbose, "Show the login's status lines");
     auto* loginCmd = cli.add_subcommand("login", "Log in, load the configuration and log out");
     auto* dumpCmd = cli.add_subcommand("dump", "Print the loaded configuration as JSON");
+    auto* applyCmd = cli.add_subcommand("apply", "Apply a document of dump (all or some sections) to the service");
+    std::string applyFile;
+    applyCmd->add_option("FILE", applyFile, "The JSON document")->required();
     cli.require_subcommand(1);
     try {
         cli.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         const int rc = cli.exit(e);
         return rc == 0 ? 0 : 2;
+    }
+
+    // A document that cannot be read ends the run before the login.
+    kv::cli::Json document;
+    if (applyCmd->parsed()) {
+        std::string error;
+        auto doc = kv::cli::ReadDocument(applyFile, error);
+        if (!doc) {
+            std::cerr << error << "\n";
+            return kv::cli::kExitBadDocument;
+        }
+        document = std::move(*doc);
     }
 
     const std::string password = readPassword();
@@ -142,9 +159,12 @@ int main(int argc, char** argv) {
         return 3;
     }
     if (!loaded) std::cerr << "warning: not every answer of the initial load arrived\n";
+    if (dumpCmd->parsed() || applyCmd->parsed()) kv::cli::ReadChannelExtras(session.config, link);
     if (dumpCmd->parsed()) std::cout << kv::cli::DumpConfig(session.config).dump(2) << "\n";
     if (loginCmd->parsed() && verbose) std::cerr << "logged in\n";
+    int rc = 0;
+    if (applyCmd->parsed()) rc = kv::cli::Apply(document, session.config, link, lang, std::cout, std::cerr);
     session.dispatcher.bAppEnding = true;
     link.Logout(login.hLogin);
-    return 0;
+    return rc;
 }

@@ -1,6 +1,13 @@
-// The demo's cameras: the channel detail (24582) and the channel status (24578) documents.
-#include <cstdio>
+// The demo's cameras and the cameras of the network: the channel detail (24582), status (24578)
+// and preset documents, detection, search, and the channel writes.
+#include "sim/seed_channels.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+#include "app/commands.h"
+#include "base/text.h"
 #include "sim/seed_internal.h"
 
 namespace kv::sim::seed {
@@ -97,6 +104,13 @@ const CameraModel kEncoder{24, "Quillon", "QN-8E", 4, 4, 2, 1, 0,
      {"h264", 1, 10, 1, {{"720x480", 0, 5, 1, 6}, {"352x240", 0, 5, 1, 4}}}},
     "h264", "720x480", 0, -1, 1, 5, 30, "g711", "g711", 1, 0, false, false, false, "", "", nullptr};
 
+// A fisheye camera with a PTZ view that shows four panes in "quad" mode.
+const CameraModel kQuadFisheye{20, "Panorama Labs", "PL-360Q", 1, 0, 0, 0, 0,
+    "h264,h264-jpeg-dual", "h264 jpeg",
+    {{"jpeg", 1, 10, 0, {{"1024x768", 0, 5, 0, 0}}},
+     {"h264", 1, 10, 1, {{"2048x1536", 1, 4, 3, 8}, {"1024x768", 0, 5, 2, 8}}}},
+    "h264", "2048x1536", 4, -1, 1, 6, 20, "", "", 0, 0, true, true, true, "quad", "1O,1P,2P,quad", &kPanoramaLens};
+
 struct ChannelSpec {
     int ch;
     const char* name;
@@ -107,6 +121,7 @@ struct ChannelSpec {
     const char* user;
     const char* password;
     int connected;
+    const char* mac = nullptr;  // the demo numbers its cameras' addresses unless one is given
 };
 
 const std::vector<ChannelSpec>& channelSpecs() {
@@ -132,6 +147,7 @@ const std::vector<ChannelSpec>& channelSpecs() {
 }
 
 std::string macOf(const ChannelSpec& c) {
+    if (c.mac) return c.mac;
     // The encoder's four channels are one device and share its address.
     const int n = c.model == &kEncoder ? 0x20 : c.ch;
     char buf[32];
@@ -162,24 +178,25 @@ std::string sizeList(const FormatCaps& f) {
     return out + "</SizeList>";
 }
 
-std::string channelDetail(const ChannelSpec& c) {
-    const CameraModel& m = *c.model;
-    // IP comes first: on a reload with an unchanged address the client restores its saved
-    // record at IP and lays the later elements over it.
-    std::string out = "<CH" + attr("ID", c.ch) + ">";
-    out += elem("IP", c.ip) + elem("Name", c.name) + elem("HTTPPort", c.httpPort) + elem("StartConfig", 0);
-    out += wrap("System", elem("UserName", c.user) + elem("Password", c.password) +
-                              elem("Manufacturer", m.manufacturer) + elem("Model", m.model) +
-                              elem("MACAddress", macOf(c)) + elem("NumberVideo", m.numberVideo) +
-                              elem("VideoNumber", c.videoNumber) + elem("RtspPort", 554) +
-                              elem("BrandCode", m.brand) + elem("NumberDI", m.numberDI) +
-                              elem("NumberDO", m.numberDO) + elem("MotionDetect", m.motionDetect) +
-                              elem("DITriggerType", m.diTriggerType));
-    // FMT precedes GOP: the client decides the GOP capability from the format read so far.
-    std::string video = elem("FMT", m.fmt) + elem("Size", m.size) + elem("FPS", m.fps) +
-                        elem("Quality", m.quality) + elem("RateControl", m.rateControl) +
-                        elem("Bitrate", m.bitrate) + elem("GOP", m.gop) + elem("SupportFMT", m.supportFMT) +
-                        elem("FMTList", m.fmtList);
+std::string systemBody(const CameraModel& m, std::string_view user, std::string_view password,
+                       const std::string& mac, int videoNumber) {
+    return wrap("System", elem("UserName", user) + elem("Password", password) + elem("Manufacturer", m.manufacturer) +
+                              elem("Model", m.model) + elem("MACAddress", mac) + elem("NumberVideo", m.numberVideo) +
+                              elem("VideoNumber", videoNumber) + elem("RtspPort", 554) + elem("BrandCode", m.brand) +
+                              elem("NumberDI", m.numberDI) + elem("NumberDO", m.numberDO) +
+                              elem("MotionDetect", m.motionDetect) + elem("DITriggerType", m.diTriggerType));
+}
+
+// The current video settings of a model; FMT precedes GOP, since the client decides the GOP
+// capability from the format read so far.
+std::string videoSettings(const CameraModel& m) {
+    return elem("FMT", m.fmt) + elem("Size", m.size) + elem("FPS", m.fps) + elem("Quality", m.quality) +
+           elem("RateControl", m.rateControl) + elem("Bitrate", m.bitrate) + elem("GOP", m.gop);
+}
+
+// The size lists of every format and the lens modes of a dual-lens camera.
+std::string videoCapabilities(const CameraModel& m) {
+    std::string video;
     for (const FormatCaps& f : m.formats) video += sizeList(f);
     if (m.lens) {
         video += elem("LensMode", m.lens->lensMode) + elem("LeftDisplayMode", m.lens->leftMode) +
@@ -187,18 +204,119 @@ std::string channelDetail(const ChannelSpec& c) {
                  modeList("LeftDisplayModeList", m.lens->leftModes) +
                  modeList("RightDisplayModeList", m.lens->rightModes);
     }
-    out += wrap("Video", video);
-    out += wrap("Audio", elem("FMT", m.audioFMT) + elem("FMTList", m.audioList) + elem("CapAudioIn", m.audioIn) +
+    return video;
+}
+
+std::string audioBody(const CameraModel& m) {
+    return wrap("Audio", elem("FMT", m.audioFMT) + elem("FMTList", m.audioList) + elem("CapAudioIn", m.audioIn) +
                              elem("CapAudioOut", m.audioOut));
+}
+
+std::string ptzBody(const CameraModel& m) {
     std::string ptz = elem("PTZEnable", m.ptz ? 1 : 0) + elem("PTZABS", m.ptzAbs ? 1 : 0) +
                       elem("SetPreset", m.setPreset ? 1 : 0);
     if (m.ptz) {
+        // Move is a bit mask: 4 straight moves, 8 diagonal ones.
         ptz += elem("AutoPan", 1) + elem("SpeedLower", 1) + elem("SpeedUpper", 8) + elem("SpeedStep", 1) +
-               elem("Zoom", 1) + elem("Focus", 1) + elem("Iris", 1) + elem("SyncPreset", 1) + elem("Move", 1);
+               elem("Zoom", 1) + elem("Focus", 1) + elem("Iris", 1) + elem("SyncPreset", 1) + elem("Move", 12);
     }
     if (*m.fisheyeModes) ptz += elem("Mode4FishEye", m.fisheyeMode) + elem("ModeList4FishEye", m.fisheyeModes);
-    out += wrap("PTZ", ptz);
+    return wrap("PTZ", ptz);
+}
+
+std::string channelDetail(const ChannelSpec& c) {
+    const CameraModel& m = *c.model;
+    // IP comes first: on a reload with an unchanged address the client restores its saved
+    // record at IP and lays the later elements over it.
+    std::string out = "<CH" + attr("ID", c.ch) + ">";
+    out += elem("IP", c.ip) + elem("Name", c.name) + elem("HTTPPort", c.httpPort) + elem("StartConfig", 0);
+    out += systemBody(m, c.user, c.password, macOf(c), c.videoNumber);
+    out += wrap("Video", videoSettings(m) + elem("SupportFMT", m.supportFMT) + elem("FMTList", m.fmtList) +
+                             videoCapabilities(m));
+    out += audioBody(m) + ptzBody(m);
     return out + "</CH>";
+}
+
+// A camera on the network that is no channel of the demo: found by a search, read by a detection.
+struct NetworkCamera {
+    const char* ip;
+    int httpPort;
+    const CameraModel* model;
+    const char* deviceName;
+};
+
+const std::vector<NetworkCamera>& networkCameras() {
+    static const std::vector<NetworkCamera> cameras{
+        {"192.168.20.21", 80, &kBullet, "Bullet 21"},       {"192.168.20.22", 80, &kBox, "Box 22"},
+        {"192.168.20.23", 80, &kDome, "Dome 23"},           {"192.168.20.24", 80, &kFisheye, "Panorama 24"},
+        {"192.168.20.25", 80, &kSpeedDome, "Speed dome 25"}, {"192.168.20.26", 80, &kEncoder, "Encoder 26"},
+        {"192.168.20.27", 80, &kCube, "Cube 27"},           {"192.168.20.28", 80, &kQuadFisheye, "Fisheye 28"},
+    };
+    return cameras;
+}
+
+std::string networkMac(size_t i) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "00-1C-5A-20-00-%02X", static_cast<unsigned>(0x21 + i));
+    return buf;
+}
+
+// The model of the camera at an address, and its MAC address: the network's cameras, then the demo's.
+const CameraModel* modelAt(std::string_view ip, std::string* mac) {
+    for (size_t i = 0; i < networkCameras().size(); ++i) {
+        if (ip == networkCameras()[i].ip) {
+            if (mac) *mac = networkMac(i);
+            return networkCameras()[i].model;
+        }
+    }
+    for (const ChannelSpec& c : channelSpecs()) {
+        if (ip == c.ip) {
+            if (mac) *mac = macOf(c);
+            return c.model;
+        }
+    }
+    return nullptr;
+}
+
+// A camera that can send two streams has a format item of three parts ("h264-jpeg-dual").
+bool dualStream(const CameraModel& m) {
+    std::string_view rest = m.supportFMT;
+    while (!rest.empty()) {
+        const size_t comma = rest.find(',');
+        const std::string_view item = rest.substr(0, comma);
+        if (std::count(item.begin(), item.end(), '-') == 2) return true;
+        rest = comma == std::string_view::npos ? std::string_view() : rest.substr(comma + 1);
+    }
+    return false;
+}
+
+// A detection's reply: the detail of the model, the format list item by item, and the current
+// settings of each stream the camera sends (a second JPEG stream where it can send two).
+std::string detectionBody(const CameraModel& m, std::string_view user, std::string_view password,
+                          const std::string& mac, int videoNumber) {
+    std::string items;
+    std::string_view rest = m.fmtList;
+    while (!rest.empty()) {
+        const size_t blank = rest.find(' ');
+        items += elem("FMT", rest.substr(0, blank));
+        rest = blank == std::string_view::npos ? std::string_view() : rest.substr(blank + 1);
+    }
+    std::string streams = wrap("Stream", videoSettings(m));
+    if (dualStream(m)) {
+        std::string size = m.size;
+        for (const FormatCaps& f : m.formats)
+            if (std::string_view(f.fmt) == "jpeg" && !f.sizes.empty()) size = f.sizes.back().size;
+        streams += wrap("Stream", elem("FMT", "jpeg") + elem("Size", size) + elem("FPS", 3) + elem("Quality", 5) +
+                                      elem("RateControl", -1) + elem("Bitrate", 0) + elem("GOP", -1));
+    }
+    const std::string video = videoSettings(m) + elem("SupportFMT", m.supportFMT) + wrap("FMTList", items) +
+                              videoCapabilities(m) + wrap("CurrentSettingsList", streams);
+    return systemBody(m, user, password, mac, videoNumber) + wrap("Video", video) + audioBody(m) + ptzBody(m);
+}
+
+std::string preset(int id, const char* name, int pan, int tilt, int zoom, int focus) {
+    return "<Preset" + attr("Name", name) + attr("PTZABS", 1) + attr("Pan", pan) + attr("Tilt", tilt) +
+           attr("Zoom", zoom) + attr("Focus", focus) + ">" + std::to_string(id) + "</Preset>";
 }
 
 }  // namespace
@@ -269,6 +387,93 @@ void addChannelDocuments(Documents& docs, bool demo) {
     docs.emplace_back("24582", wrap("CHList", detail));
     // The client takes the channel nodes from the first child of the first child.
     docs.emplace_back("24578", wrap("ChannelStatus", wrap("CHList", status)));
+    if (demo) {
+        // The two speed domes have presets with the positions they were stored at.
+        docs.emplace_back(presetKey(3), wrap("PresetList", preset(1, "Gate", 40, 10, 1, 50) +
+                                                               preset(2, "Car park", 200, -20, 4, 50)));
+        docs.emplace_back(presetKey(8), wrap("PresetList", preset(1, "Roof", 90, 30, 2, 50)));
+    }
+}
+
+
+Detection detectCamera(std::string_view ip, std::string_view user, std::string_view password, int videoNumber) {
+    if (ip == kWrongPasswordCamera) return {-6, ""};
+    if (ip == kTimeOutCamera) return {-5, ""};
+    if (ip == kUnsupportedCamera) return {-3, ""};
+    std::string mac;
+    const CameraModel* m = modelAt(ip, &mac);
+    if (!m) return {-5, ""};  // nothing answers at that address
+    return {0, detectionBody(*m, user, password, mac, std::clamp(videoNumber, 1, m->numberVideo))};
+}
+
+std::optional<std::string> cameraEntry(int ch, std::string_view name, std::string_view ip, int httpPort,
+                                       int videoNumber, std::string_view user, std::string_view password) {
+    std::string mac;
+    const CameraModel* m = modelAt(ip, &mac);
+    if (!m) return std::nullopt;
+    const std::string n(name), i(ip), u(user), p(password);
+    return channelDetail({ch, n.c_str(), m, i.c_str(), httpPort, videoNumber, u.c_str(), p.c_str(), 1, mac.c_str()});
+}
+
+std::string searchReplyBody() {
+    const auto device = [](std::string_view ip, int port, const CameraModel& m, std::string_view name,
+                           const std::string& mac) {
+        return wrap("Device", elem("IP", ip) + elem("NetMask", "255.255.255.0") + elem("HTTPPort", port) +
+                                  elem("Manufacturer", m.manufacturer) + elem("Model", m.model) +
+                                  elem("DeviceType", m.numberVideo > 1 ? "Video server" : "IP camera") +
+                                  elem("DeviceName", name) + elem("MACAddress", mac));
+    };
+    std::string out;
+    for (size_t i = 0; i < networkCameras().size(); ++i) {
+        const NetworkCamera& c = networkCameras()[i];
+        out += device(c.ip, c.httpPort, *c.model, c.deviceName, networkMac(i));
+    }
+    // Cameras that are channels already, and one at a channel's address with another port.
+    for (int ch : {1, 3, 13}) {
+        const ChannelSpec& c = channelSpecs()[static_cast<size_t>(ch - 1)];
+        out += device(c.ip, c.httpPort, *c.model, c.name, macOf(c));
+    }
+    const ChannelSpec& entrance = channelSpecs()[0];
+    out += device(entrance.ip, 8080, *entrance.model, "Entrance (second service)", macOf(entrance));
+    return out;
+}
+
+std::string statusAt(const std::optional<std::string>& statusDoc, int64_t nowSeconds) {
+    pugi::xml_document doc;
+    if (!statusDoc || !parseBody(doc, *statusDoc)) return wrap("ChannelStatus", wrap("CHList", ""));
+    std::string out;
+    for (const pugi::xml_node c : bodyRoot(doc).first_child().first_child().children("CH")) {
+        const int ch = toInt(c.attribute("ID").value());
+        // Each connected channel drops out for 20 seconds in every two minutes, and stops
+        // recording for the 20 seconds after, each channel at its own time.
+        const int64_t phase = (nowSeconds / 20 + ch) % 6;
+        const bool connected = toInt(c.child_value("Connected")) != 0 && phase != 0;
+        const bool recording = connected && phase != 1;
+        out += "<CH" + attr("ID", ch) + ">" + elem("Connected", connected ? 1 : 0) +
+               elem("InRecord", recording ? 1 : 0) + elem("RecordMode", c.child_value("RecordMode")) +
+               elem("Bitrate", c.child_value("Bitrate")) + elem("FPS", connected ? 15 : 0) + "</CH>";
+    }
+    return wrap("ChannelStatus", wrap("CHList", out));
+}
+
+std::string presetKey(int ch) { return std::to_string(app::cmd::kGetPresets) + "." + std::to_string(ch); }
+
+std::string positionKey(int ch) { return std::to_string(app::cmd::kGetPtzPosition) + "." + std::to_string(ch); }
+
+std::optional<std::string> channelEntry(const std::optional<std::string>& detailDoc, int ch) {
+    pugi::xml_document doc;
+    if (!detailDoc || !parseBody(doc, *detailDoc)) return std::nullopt;
+    for (const pugi::xml_node c : bodyRoot(doc).child("CHList").children())
+        if (toInt(c.attribute("ID").value()) == ch) return serialize(c);
+    return std::nullopt;
+}
+
+bool ptzChannel(const std::optional<std::string>& detailDoc, int ch) {
+    const std::optional<std::string> entry = channelEntry(detailDoc, ch);
+    pugi::xml_document doc;
+    if (!entry || !parseBody(doc, *entry)) return false;
+    const pugi::xml_node c = bodyRoot(doc).first_child();
+    return !std::string_view(c.child_value("IP")).empty() && toInt(c.child("PTZ").child_value("PTZEnable")) != 0;
 }
 
 }  // namespace kv::sim::seed

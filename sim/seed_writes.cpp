@@ -4,6 +4,7 @@
 
 #include "app/commands.h"
 #include "sim/seed.h"
+#include "sim/seed_channels.h"
 #include "sim/seed_internal.h"
 
 namespace kv::sim {
@@ -257,7 +258,7 @@ bool isDocumentWrite(int id) {
         case cmd::kSetTripwireRoi:
         case cmd::kSetObjectCountingRoi:
         case cmd::kSetEMap: return true;
-        default: return wholeWrite(id) != nullptr;
+        default: return wholeWrite(id) != nullptr || seed::isChannelWrite(id);
     }
 }
 
@@ -288,7 +289,7 @@ SimStore::Documents documentsFromWrite(int id, std::string_view paramBody, const
         case cmd::kSetTripwireRoi: return shapes(p, cmd::kGetTripwireRoi, current);
         case cmd::kSetObjectCountingRoi: return shapes(p, cmd::kGetObjectCountingRoi, current);
         case cmd::kSetEMap: return emap(p);
-        default: return {};
+        default: return seed::channelDocumentsFromWrite(id, p, current);
     }
 }
 

@@ -110,6 +110,10 @@ std::string storedText(const SimStore& store, const char* key, const char* eleme
 void SimService::setListenEndpoint(std::string address, uint16_t port) {
     options_.address = std::move(address);
     options_.port = port;
+    // The command port of the server information is the one this service listens on; a port
+    // saved from the client takes effect at the next start, as with a real service.
+    const std::string key = readKey(kServerInfoId, "");
+    if (const auto body = store_.get(key)) store_.put(key, withElement(*body, "Port", std::to_string(port)));
 }
 
 std::optional<int32_t> SimService::admission(const link::PeerInfo& peer) {
@@ -145,6 +149,7 @@ std::string SimService::answer(const link::PeerInfo& peer, const Command& cmd) {
     const int32_t id = cmd.id;
     if (id == 4100) return serverInfo(cmd);
     if (id == 4109) return userGroup(cmd);
+    if (auto reply = channelAnswer(cmd)) return *reply;
     if (id == 40961) {
         std::string body = "<CPUUsage>" + std::to_string(cpu_.usage()) + "</CPUUsage><HTTP>1</HTTP>";
         return buildResponse(0, id, cmd.userData, body);

@@ -77,6 +77,9 @@ private:
     struct Export;
 
     std::string answer(const link::PeerInfo& peer, const Command& cmd);
+    /// The channel reads the service computes (detection, search, status, presets, position,
+    /// fisheye mode, preview); nothing for other commands. In service_channels.cpp.
+    std::optional<std::string> channelAnswer(const Command& cmd);
     std::string read(const Command& cmd);
     std::string write(const link::PeerInfo& peer, const Command& cmd);
     std::string serverInfo(const Command& cmd);

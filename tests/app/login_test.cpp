@@ -179,11 +179,16 @@ TEST_F(Login, GivesUpAfterThirtyOneTicks) {
 }
 
 TEST_F(Login, SessionStartSendsTheLoadInOrder) {
+    link.replies[32803] = "<RESPONSE RET=\"0\" ID=\"32803\"><UserGroupList/></RESPONSE>";
     login.imgLoginBtn_Click(0);
     login.onLinkStatus(9);
     EXPECT_EQ(host.entered, 1);
     EXPECT_EQ(host.stored, 1);
+    // The synchronous reads set their own flags; a failed one (24582 here) does not.
     EXPECT_TRUE(dispatcher.bDataReady[0]);
+    EXPECT_TRUE(dispatcher.bDataReady[15]);
+    EXPECT_TRUE(dispatcher.bDataReady[16]);
+    EXPECT_FALSE(dispatcher.bDataReady[1]);
     EXPECT_FALSE(login.bKeepForm);
     std::vector<std::string> all = sentTexts(true);
     const std::vector<std::string> async = sentTexts(false);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <set>
 
 #include "tests/base/test_util.h"
 
@@ -174,5 +175,26 @@ TEST(CaptionMarks, KeyIsUpperCasedAndOthersIgnored) {
         const CaptionMark m = ParseCaptionMark(c.tag);
         EXPECT_EQ(m.kind, c.kind) << c.tag;
         EXPECT_EQ(m.id, c.id) << c.tag;
+    }
+}
+
+TEST(Language, EveryShippedLanguageHasEveryEnglishId) {
+    const std::filesystem::path folder = std::filesystem::path(KV_SOURCE_SHARE) / "Lang";
+    auto idsOf = [&](const std::string& file) {
+        std::unordered_map<int32_t, std::string> texts;
+        EXPECT_TRUE(Language::parse(kv::test::readFile(folder / file), texts)) << file;
+        std::set<int32_t> ids;
+        for (const auto& [id, text] : texts) {
+            ids.insert(id);
+            EXPECT_FALSE(text.empty()) << file << " id " << id;
+        }
+        return ids;
+    };
+    const std::set<int32_t> english = idsOf(LanguageFileName(1));
+    const std::vector<std::string> files = Language(folder).listFiles();
+    EXPECT_GE(files.size(), 2u);
+    for (const std::string& file : files) {
+        EXPECT_EQ(idsOf(file), english) << file;
+        EXPECT_TRUE(std::filesystem::exists(folder / (file.substr(0, 13) + std::string(kFlagExtension)))) << file;
     }
 }

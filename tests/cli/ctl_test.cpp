@@ -2,6 +2,9 @@
 // login byte for byte and in order, and every refusal with its exit code and message.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+
 #include <nlohmann/json.hpp>
 
 #include "tests/base/test_util.h"
@@ -33,6 +36,17 @@ std::vector<std::string> lines(const std::string& text) {
     return out;
 }
 
+// A dump or an apply reads, after the load, the channel status and the presets of the demo's
+// two PTZ channels.
+std::vector<std::string> loadAndChannelReads() {
+    std::vector<std::string> out = kv::test::ExpectedLoginCommands(true);
+    out.push_back("<CMD ID=\"24578\" />");
+    for (int ch : {3, 8})
+        out.push_back("<CMD ID=\"4101\" ><UserData>Form_Config_Main</UserData><Param><CH>" + std::to_string(ch) +
+                      "</CH></Param></CMD>");
+    return out;
+}
+
 }  // namespace
 
 TEST(Ctl, DumpAfterTheLoginSendsTheLoadInOrder) {
@@ -49,8 +63,7 @@ TEST(Ctl, DumpAfterTheLoginSendsTheLoadInOrder) {
     EXPECT_TRUE(doc["DDNSSetting"].contains("DomainName"));
     sim.stop();
     const auto sent = lines(kv::test::readFile(dir / "traffic.log"));
-    const std::vector<std::string> expected = kv::test::ExpectedLoginCommands(true);
-    EXPECT_EQ(sent, expected);
+    EXPECT_EQ(sent, loadAndChannelReads());
 }
 
 TEST(Ctl, ServerWithoutUsersIsEnteredWithoutTheGroupCheck) {
@@ -103,4 +116,160 @@ TEST(Ctl, UsageAndUnreachableService) {
     // Nothing listens there: the login never gets a final status and the wait is cut short.
     const auto r = RunProcess({KV_CTL_PROGRAM, "--port", "1", "--timeout", "2", "dump"}, {"KELVARRA_PASSWORD=x"});
     EXPECT_EQ(r.exitCode, 3);
+}
+
+namespace {
+
+std::string range(int from, int to) {
+    std::string out;
+    for (int ch = from; ch <= to; ++ch) out += (out.empty() ? "" : ",") + std::to_string(ch);
+    return out;
+}
+
+std::string writeDoc(const TempDir& dir, const std::string& name, const nlohmann::json& doc) {
+    const std::string file = (dir / name).string();
+    kv::test::writeFile(file, doc.dump(1));
+    return file;
+}
+
+// The commands the service received after `logins` complete logins as admin, each followed by
+// the channel reads of dump and apply.
+std::vector<std::string> afterLogins(const std::vector<std::string>& sent, size_t logins) {
+    const auto login = loadAndChannelReads();
+    std::vector<std::string> expected;
+    for (size_t i = 0; i < logins; ++i) expected.insert(expected.end(), login.begin(), login.end());
+    EXPECT_GE(sent.size(), expected.size());
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), sent.begin())) << "the logins come first";
+    return std::vector<std::string>(sent.begin() + std::min(sent.size(), expected.size()), sent.end());
+}
+
+}  // namespace
+
+TEST(CtlApply, NewAccountsAndAGroupGoOutAsWholeListsAndTheNewAdministratorLogsIn) {
+    TempDir dir;
+    SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--traffic-log", (dir / "traffic.log").string()});
+    ASSERT_TRUE(sim.ok());
+    auto doc = nlohmann::json::parse(ctl(sim.port(), "admin", "admin").out);
+    doc["strUser"].push_back({{"Name", "carol"}, {"Password", "c&<1>"}, {"GroupID", 1}});
+    doc["strUser"].push_back({{"Name", "dave"}, {"Password", "d"}, {"GroupID", 2}});
+    doc["strUser"][1]["Password"] = "v2";
+    doc["strUserGroup"].push_back({{"Name", "Night shift"}, {"Type0", "1,2,3"}, {"Type1", ""}, {"Type2", "16"}});
+    const auto r = ctl(sim.port(), "admin", "admin", {"apply", writeDoc(dir, "doc.json", doc)});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("adds account \"carol\" as ID 4"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("answer: <RESPONSE RET=\"0\" ID=\"32802\">"), std::string::npos) << r.out;
+
+    EXPECT_EQ(ctl(sim.port(), "carol", "c&<1>", {"login"}).exitCode, 0) << "group 1 may configure";
+    const auto dave = ctl(sim.port(), "dave", "d", {"login"});
+    EXPECT_EQ(dave.exitCode, 3) << "group 2 may not";
+    EXPECT_NE(dave.err.find("Server authorization failed!"), std::string::npos);
+    const auto again = nlohmann::json::parse(ctl(sim.port(), "admin", "admin").out);
+    EXPECT_EQ(again["strUser"][1]["Password"], "v2");
+    EXPECT_EQ(again["strUserGroup"][3]["ID"], 4);
+    sim.stop();
+
+    const auto sent = afterLogins(lines(kv::test::readFile(dir / "traffic.log")), 2);
+    ASSERT_GE(sent.size(), 3u);
+    const auto g = [](const std::string& name, const std::string& t0, const std::string& t1, const std::string& t2,
+                      int id) {
+        return "<UserGroup Name=\"" + name + "\" Type0=\"" + t0 + "\" Type1=\"" + t1 + "\" Type2=\"" + t2 +
+               "\" Type3=\"0\" Type4=\"0\" Type5=\"0\" Type6=\"0\" Type7=\"0\" Type8=\"0\" Type9=\"0\" Type10=\"0\" "
+               "Type11=\"0\" >" + std::to_string(id) + "</UserGroup>";
+    };
+    const std::string all = range(1, 64);
+    EXPECT_EQ(sent[0], "<CMD ID=\"32804\"><UserData>CONFIG_AP</UserData><Param><UserGroupList>" +
+                           g("Admin Group", all, all, all, 1) + g("Viewers", range(1, 12), "3,8", "1,2,4,5", 2) +
+                           g("Operators", range(1, 16), "3,8", range(1, 16), 3) + g("Night shift", "1,2,3", "", "16", 4) +
+                           "</UserGroupList></Param></CMD>");
+    EXPECT_EQ(sent[1],
+              "<CMD ID=\"32802\"><UserData>CONFIG_AP</UserData><Param><UserList>"
+              "<User Name=\"admin\" Password=\"admin\" Company=\"Kelvarra Demo\" Phone=\"+44 20 7946 0000\" "
+              "PrimaryMail=\"admin@example.com\" SecondMail=\"\" GroupID=\"1\" >1</User>"
+              "<User Name=\"viewer\" Password=\"v2\" Company=\"Kelvarra Demo\" Phone=\"\" "
+              "PrimaryMail=\"viewer@example.com\" SecondMail=\"\" GroupID=\"2\" >2</User>"
+              "<User Name=\"night.op\" Password=\"N1ght&lt;Op>&amp;&quot;x&quot;\" Company=\"Guard &amp; Co.\" "
+              "Phone=\"+44 20 7946 0002\" PrimaryMail=\"night@example.com\" SecondMail=\"ops@example.net\" "
+              "GroupID=\"3\" >3</User>"
+              "<User Name=\"carol\" Password=\"c&amp;&lt;1>\" Company=\"\" Phone=\"\" PrimaryMail=\"\" SecondMail=\"\" "
+              "GroupID=\"1\" >4</User>"
+              "<User Name=\"dave\" Password=\"d\" Company=\"\" Phone=\"\" PrimaryMail=\"\" SecondMail=\"\" "
+              "GroupID=\"2\" >5</User></UserList></Param></CMD>");
+    EXPECT_EQ(sent[2], "<CMD ID=\"32813\" />");
+}
+
+TEST(CtlApply, AnUnchangedDumpSendsNothing) {
+    TempDir dir;
+    SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--traffic-log", (dir / "traffic.log").string()});
+    ASSERT_TRUE(sim.ok());
+    const auto dump = ctl(sim.port(), "admin", "admin");
+    const std::string file = (dir / "doc.json").string();
+    kv::test::writeFile(file, dump.out);
+    const auto r = ctl(sim.port(), "admin", "admin", {"apply", file});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("nothing to apply"), std::string::npos);
+    sim.stop();
+    EXPECT_TRUE(afterLogins(lines(kv::test::readFile(dir / "traffic.log")), 2).empty());
+}
+
+TEST(CtlApply, ChangesThePageRulesRefuseEndWithCodeFourAndSendNothing) {
+    TempDir dir;
+    SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--traffic-log", (dir / "traffic.log").string()});
+    ASSERT_TRUE(sim.ok());
+    const auto dump = nlohmann::json::parse(ctl(sim.port(), "admin", "admin").out);
+    using Edit = std::function<void(nlohmann::json&)>;
+    const auto without = [](nlohmann::json& list, int id) {
+        nlohmann::json out = nlohmann::json::array();
+        for (const auto& r : list)
+            if (r["ID"] != id) out.push_back(r);
+        list = out;
+    };
+    const std::vector<std::pair<Edit, std::string>> cases = {
+        {[&](auto& d) { without(d["strUserGroup"], 2); },
+         "The User Group has one or more user accounts, can't be removed!"},
+        {[](auto& d) { d["strUser"].push_back({{"Name", " VIEWER "}, {"GroupID", 2}}); }, "User name already exists!"},
+        {[&](auto& d) { without(d["strUser"], 1); }, "the first account cannot be removed"},
+        {[](auto& d) { d["strUser"][0]["GroupID"] = 2; }, "the first account keeps the first group"},
+        {[&](auto& d) { without(d["strUserGroup"], 1); }, "the admin group cannot be removed"},
+        {[](auto& d) { d["strUserGroup"][0]["Name"] = "Root"; }, "the admin group keeps its name"},
+        {[](auto& d) {
+             for (int i = 0; i < 5; ++i) d["strUserGroup"].push_back({{"Name", "G" + std::to_string(i)}});
+         },
+         "seven groups at most"},
+    };
+    for (const auto& [edit, message] : cases) {
+        nlohmann::json doc = dump;
+        edit(doc);
+        const auto r = ctl(sim.port(), "admin", "admin", {"apply", writeDoc(dir, "doc.json", doc)});
+        EXPECT_EQ(r.exitCode, 4) << message << "\n" << r.err;
+        EXPECT_NE(r.err.find(message), std::string::npos) << r.err;
+        EXPECT_TRUE(r.out.empty()) << r.out;
+    }
+    sim.stop();
+    EXPECT_TRUE(afterLogins(lines(kv::test::readFile(dir / "traffic.log")), 1 + cases.size()).empty());
+}
+
+TEST(CtlApply, DocumentsNotInTheDumpsFormEndWithCodeTwo) {
+    TempDir dir;
+    EXPECT_EQ(RunProcess({KV_CTL_PROGRAM, "apply"}).exitCode, 2) << "no file named";
+    const auto missing = RunProcess({KV_CTL_PROGRAM, "apply", (dir / "none.json").string()});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_NE(missing.err.find("cannot read"), std::string::npos);
+    for (const char* text : {"{\"strUser\": [", "[]", ""}) {
+        kv::test::writeFile(dir / "bad.json", text);
+        EXPECT_EQ(RunProcess({KV_CTL_PROGRAM, "apply", (dir / "bad.json").string()}).exitCode, 2) << text;
+    }
+
+    SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--traffic-log", (dir / "traffic.log").string()});
+    ASSERT_TRUE(sim.ok());
+    kv::test::writeFile(dir / "bad.json", R"({"strUserGroup": [{"ID": 1, "Type0": "1,x"}]})");
+    const auto bad = ctl(sim.port(), "admin", "admin", {"apply", (dir / "bad.json").string()});
+    EXPECT_EQ(bad.exitCode, 2);
+    EXPECT_NE(bad.err.find("strUserGroup[0].Type0: \"1,x\" is not a list of channels"), std::string::npos) << bad.err;
+    // Sections this version does not know are passed over with a warning.
+    kv::test::writeFile(dir / "other.json", R"({"strFuture": [], "Later": 1})");
+    const auto r = ctl(sim.port(), "admin", "admin", {"apply", (dir / "other.json").string()});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.err.find("warning: section strFuture is not known"), std::string::npos) << r.err;
+    sim.stop();
+    EXPECT_TRUE(afterLogins(lines(kv::test::readFile(dir / "traffic.log")), 2).empty());
 }

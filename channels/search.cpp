@@ -1,0 +1,67 @@
+// The camera search dialog.
+#include "channels/search.h"
+
+#include "base/lang.h"
+#include "channels/channel_page.h"
+#include "channels/codec.h"
+
+namespace kv::channels {
+
+FormSearch::FormSearch(const app::Config& config, app::Dispatcher& dispatcher, link::ServiceLink& link,
+                       const base::Language& lang)
+    : config_(config), dispatcher_(dispatcher), link_(link), lang_(lang) {
+    progressTitle = lang_.GetText(190);
+    titles();
+}
+
+void FormSearch::titles() {
+    CameraList.assign(1, {lang_.GetText(135), lang_.GetText(193), lang_.GetText(194), lang_.GetText(326), "MAC"});
+    rowEntry.clear();
+}
+
+void FormSearch::StartSearch() {
+    dispatcher_.bSearchDone = false;
+    titles();
+    searching = true;
+    ticks_ = 0;
+    link_.SendCommand(0, false, Get_SearchCAM_XML());
+}
+
+void FormSearch::onTick() {
+    if (!searching) return;
+    if (!dispatcher_.bSearchDone && ++ticks_ < kSearchTickLimit) return;
+    searching = false;
+    if (dispatcher_.bSearchDone) CheckSet();
+}
+
+void FormSearch::CheckSet() {
+    titles();
+    const int32_t count = std::min<int32_t>(config_.iMaxChannel, kChannelSlots);
+    for (size_t i = 0; i < config_.strSearchCam.size(); ++i) {
+        const SearchCamRecord& cam = config_.strSearchCam[i];
+        // An entry without an address is the blank entry of the list, not a camera.
+        if (cam.IP.empty()) continue;
+        bool inUse = false;
+        for (int32_t ch = 0; ch < count && !inUse; ++ch) {
+            const ChannelRecord& r = config_.strCH[static_cast<size_t>(ch)];
+            inUse = r.HTTPPort == cam.HTTPPort && r.IP == cam.IP;
+        }
+        if (inUse) continue;
+        CameraList.push_back({cam.IP, cam.Manufacturer, cam.Model, std::to_string(cam.HTTPPort), cam.MACAddress});
+        rowEntry.push_back(i);
+    }
+}
+
+bool FormSearch::CameraList_DblClick(int row, ChannelPage& page) {
+    if (row < 1 || static_cast<size_t>(row) >= CameraList.size()) return false;
+    if (!page.TakeSearchedCamera(config_.strSearchCam[rowEntry[static_cast<size_t>(row - 1)]])) return false;
+    closed = true;
+    return true;
+}
+
+void FormSearch::CmdResearch_Click() {
+    titles();
+    StartSearch();
+}
+
+}  // namespace kv::channels

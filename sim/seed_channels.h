@@ -1,0 +1,58 @@
+// The service's cameras: detection and search of cameras on the network, the time-varying channel
+// status, and how the channel writes (commit, presets, moves, fisheye mode) change the documents.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <pugixml.hpp>
+
+#include "sim/seed.h"
+
+namespace kv::sim::seed {
+
+/// Addresses of the cameras that answer a detection with a failure.
+inline constexpr std::string_view kWrongPasswordCamera = "192.168.20.90";  // -6
+inline constexpr std::string_view kTimeOutCamera = "192.168.20.91";        // -5
+inline constexpr std::string_view kUnsupportedCamera = "192.168.20.92";    // -3
+
+/// The answer to a detection (8193): its return code and, when 0, the body.
+struct Detection {
+    int ret = 0;
+    std::string body;
+};
+/// Reads the camera at `ip`: the synthetic cameras of the network and the demo's cameras answer;
+/// the three addresses above fail as named; any other address does not answer (-5).
+Detection detectCamera(std::string_view ip, std::string_view user, std::string_view password, int videoNumber);
+
+/// The detail entry of channel `ch` for the camera at `ip` with the model's capabilities, when the
+/// service knows a camera there.
+std::optional<std::string> cameraEntry(int ch, std::string_view name, std::string_view ip, int httpPort,
+                                       int videoNumber, std::string_view user, std::string_view password);
+
+/// The body of a search (8194): one `Device` per camera found, some of them channels already.
+std::string searchReplyBody();
+
+/// The status body (24578) at `nowSeconds`: the stored status of each channel, with Connected and
+/// InRecord of a connected channel dropping for a while in every two minutes, at its own time.
+std::string statusAt(const std::optional<std::string>& statusDoc, int64_t nowSeconds);
+
+/// Key of the preset list of a channel, in the reply form of 4101 and 8199.
+std::string presetKey(int ch);
+/// Key of the present position of a channel's camera (12297's body after `CH`).
+std::string positionKey(int ch);
+/// The detail entry `<CH ID="ch">...</CH>` of a channel in the stored detail document.
+std::optional<std::string> channelEntry(const std::optional<std::string>& detailDoc, int ch);
+/// True when that channel is configured and has PTZ.
+bool ptzChannel(const std::optional<std::string>& detailDoc, int ch);
+
+/// True for the channel writes `channelDocumentsFromWrite` maps.
+bool isChannelWrite(int commandId);
+/// The documents a channel write changes; empty when the service refuses it (a channel out of
+/// 1..64, a change without IP, a camera another channel already uses, a move of a channel
+/// without PTZ, a preset that does not exist).
+SimStore::Documents channelDocumentsFromWrite(int commandId, pugi::xml_node param, const DocumentLookup& current);
+
+}  // namespace kv::sim::seed

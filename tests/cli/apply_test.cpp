@@ -1,0 +1,108 @@
+// apply in one process over a scripted link: the order of the whole-list writes, changes that
+// depend on each other across sections, and what a refusal by the service leaves.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "cli/apply.h"
+#include "cli/dump.h"
+#include "tests/support/fakes.h"
+#include "users/codec.h"
+#include "users/rights.h"
+
+using namespace kv;
+
+namespace {
+
+// Answers every command with RET 0 under its id, except the ids told to fail.
+class ScriptedLink : public test::NullLink {
+public:
+    std::vector<std::string> sent;
+    std::map<std::string, std::string> failing;  // command id -> answer
+    std::string SendCommand(int32_t, bool, const std::string& xml) override {
+        sent.push_back(xml);
+        const size_t b = xml.find('"') + 1;
+        const std::string id = xml.substr(b, xml.find('"', b) - b);
+        if (failing.count(id)) return failing[id];
+        return "<RESPONSE RET=\"0\" ID=\"" + id + "\"></RESPONSE>";
+    }
+};
+
+class ApplyTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(lang.LoadLanguage(base::LanguageFileName(1)));
+        config.iMaxChannel = 16;
+        const std::string all = users::GetAdminGroupChList(1, 16);
+        config.strUserGroup = {{1, "Admin Group", all, all, all}, {2, "Viewers", "1,2", "", "2"}};
+        config.strUser = {{1, "admin", "a", "", "", "", "", 1, false}, {2, "viewer", "v", "", "", "", "", 2, false}};
+    }
+    int apply(const cli::Json& doc) {
+        out.str("");
+        err.str("");
+        return cli::Apply(doc, config, link, lang, out, err);
+    }
+
+    base::Language lang{std::filesystem::path(KV_SOURCE_SHARE) / "Lang"};
+    ScriptedLink link;
+    app::Config config;
+    std::ostringstream out, err;
+};
+
+}  // namespace
+
+TEST_F(ApplyTest, AnAccountMayJoinAGroupTheSameDocumentAdds) {
+    cli::Json doc = cli::DumpConfig(config);
+    doc["strUserGroup"].push_back({{"Name", "Night"}, {"Type0", "3"}, {"Type1", ""}, {"Type2", ""}});
+    doc["strUser"].push_back({{"Name", "nina"}, {"Password", "n"}, {"GroupID", 3}});
+    ASSERT_EQ(apply(doc), 0) << err.str();
+    ASSERT_EQ(link.sent.size(), 3u);
+    EXPECT_EQ(link.sent[0], users::Set_UserGroup_XML(config.strUserGroup));
+    EXPECT_EQ(link.sent[1], users::Set_User_XML(config.strUser));
+    EXPECT_EQ(link.sent[2], "<CMD ID=\"32813\" />");
+    EXPECT_EQ(config.strUser.back(), (users::UserRecord{3, "nina", "n", "", "", "", "", 3, false}));
+    link.sent.clear();
+    EXPECT_EQ(apply(cli::DumpConfig(config)), 0) << "the tables now hold what went out";
+    EXPECT_TRUE(link.sent.empty());
+}
+
+TEST_F(ApplyTest, AGroupGoesOnceTheDocumentMovesItsMembersAway) {
+    cli::Json doc = cli::DumpConfig(config);
+    doc["strUser"][1]["GroupID"] = 1;
+    doc["strUserGroup"].erase(1);
+    ASSERT_EQ(apply(doc), 0) << err.str();
+    EXPECT_EQ(config.strUserGroup.size(), 1u);
+    EXPECT_EQ(config.strUser[1].GroupID, 1);
+}
+
+TEST_F(ApplyTest, ARefusalByTheServiceIsReportedAndLeavesTheTablesAsTheyWere) {
+    const app::Config before = config;
+    cli::Json doc = cli::DumpConfig(config);
+    doc["strUser"][1]["Password"] = "new";
+    link.failing["32802"] = "<RESPONSE RET=\"-2\" ID=\"32802\"></RESPONSE>";
+    EXPECT_EQ(apply(doc), cli::kExitRefused);
+    EXPECT_NE(err.str().find("strUser: the service refused the change: <RESPONSE RET=\"-2\""), std::string::npos)
+        << err.str();
+    EXPECT_NE(out.str().find("answer: <RESPONSE RET=\"-2\" ID=\"32802\">"), std::string::npos) << out.str();
+    EXPECT_EQ(config.strUser, before.strUser);
+
+    // A refused group list stops the run before the accounts go out.
+    link.sent.clear();
+    link.failing = {{"32804", "-1"}};
+    doc["strUserGroup"][1]["Name"] = "Watchers";
+    EXPECT_EQ(apply(doc), cli::kExitRefused);
+    ASSERT_EQ(link.sent.size(), 2u);
+    EXPECT_EQ(link.sent[0].substr(0, 15), "<CMD ID=\"32804\"");
+    EXPECT_EQ(link.sent[1], "<CMD ID=\"32813\" />");
+    EXPECT_EQ(config.strUserGroup, before.strUserGroup);
+}
+
+TEST_F(ApplyTest, ChannelsBeyondTheServersCountCannotBeGranted) {
+    cli::Json doc = cli::DumpConfig(config);
+    doc["strUserGroup"][1]["Type0"] = "1,2,17";
+    EXPECT_EQ(apply(doc), cli::kExitRefused);
+    EXPECT_NE(err.str().find("channel 17 is beyond the server's channel count (16)"), std::string::npos) << err.str();
+    doc["strUserGroup"][1]["Type0"] = " 2, 1";  // the same list written differently is no change
+    EXPECT_EQ(apply(doc), 0) << err.str();
+    EXPECT_TRUE(link.sent.empty());
+}

@@ -1,0 +1,42 @@
+// formLogin: servers, language, account, the login and exit buttons and the status line.
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <string>
+
+#include "ui/binders.h"
+
+class QLabel;
+namespace kv::app {
+class LoginController;
+class LoginFormModel;
+}  // namespace kv::app
+
+namespace kv::ui {
+
+class LoginForm : public QWidget {
+public:
+    LoginForm(app::LoginController& login, app::LoginFormModel& model);
+
+    /// imgServer: the known-server dialog.
+    std::function<void()> onServerList;
+    /// The form was closed before the configuration opened: the program ends.
+    std::function<void()> onClosed;
+    /// Every action of the form ends here (the owner refreshes).
+    std::function<void()> afterAction;
+
+    void refresh() { binder_.refresh(); }
+    void setStatus(const std::string& text);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    app::LoginController& login_;
+    app::LoginFormModel& model_;
+    Binder binder_;
+    QLabel* status_ = nullptr;
+};
+
+}  // namespace kv::ui
