@@ -171,6 +171,33 @@ void BM_FloorEmptyRoundTrips(benchmark::State& state) {
 }
 BENCHMARK(BM_FloorEmptyRoundTrips)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+// The connection and the challenge-response handshake alone, up to status 9: not part of the
+// floor, shown to tell how much of the login it takes.
+void BM_HandshakeOnly(benchmark::State& state) {
+    World& w = world();
+    for (auto _ : state) {
+        app::QueueExecutor executor;
+        link::TcpLink tcp(executor);
+        struct Status : link::LinkEvents {
+            int32_t last = 0;
+            void OnResponse(int32_t, const std::string&) override {}
+            void OnNotifyServiceStatus(int32_t, int32_t s) override { last = s; }
+            void OnGetMapPic(int32_t, int32_t, int32_t, const std::string&) override {}
+            void OnBackupDatabaseStatus(int32_t, int32_t) override {}
+            void OnBackupToAVIStatus(int32_t, int32_t) override {}
+            void OnNotify(int32_t, const std::string&) override {}
+            void OnSearchResult(const std::string&) override {}
+            void OnReceiveStatus(int32_t, int32_t) override {}
+        } events;
+        tcp.setEvents(&events);
+        tcp.Login("127.0.0.1", w.sim->port(), "admin", "admin", "bench");
+        for (int i = 0; i < 400 && events.last != 9; ++i) executor.drain(5);
+        if (events.last != 9) state.SkipWithError("login failed");
+        tcp.Logout(1);
+    }
+}
+BENCHMARK(BM_HandshakeOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 void BM_FloorParseReplies(benchmark::State& state) {
     World& w = world();
     if (w.replies.empty() && !loginOnce(&w.replies)) {
