@@ -69,6 +69,27 @@ private:
     link::LinkEvents* events_ = nullptr;
 };
 
+// Keeps only the last login status.
+struct StatusEvents : link::LinkEvents {
+    int32_t last = 0;
+    void OnResponse(int32_t, const std::string&) override {}
+    void OnNotifyServiceStatus(int32_t, int32_t s) override { last = s; }
+    void OnGetMapPic(int32_t, int32_t, int32_t, const std::string&) override {}
+    void OnBackupDatabaseStatus(int32_t, int32_t) override {}
+    void OnBackupToAVIStatus(int32_t, int32_t) override {}
+    void OnNotify(int32_t, const std::string&) override {}
+    void OnSearchResult(const std::string&) override {}
+    void OnReceiveStatus(int32_t, int32_t) override {}
+};
+
+// Logs in with a bare link up to status 9; false when it did not get there.
+bool handshake(link::TcpLink& tcp, app::QueueExecutor& executor, StatusEvents& events, int port) {
+    tcp.setEvents(&events);
+    tcp.Login("127.0.0.1", port, "admin", "admin", "bench");
+    for (int i = 0; i < 400 && events.last != 9; ++i) executor.drain(5);
+    return events.last == 9;
+}
+
 class Quiet : public app::Prompter {
 public:
     void status(const std::string&) override {}
@@ -148,21 +169,8 @@ void BM_FloorEmptyRoundTrips(benchmark::State& state) {
     World& w = world();
     app::QueueExecutor executor;
     link::TcpLink tcp(executor);
-    struct Status : link::LinkEvents {
-        int32_t last = 0;
-        void OnResponse(int32_t, const std::string&) override {}
-        void OnNotifyServiceStatus(int32_t, int32_t s) override { last = s; }
-        void OnGetMapPic(int32_t, int32_t, int32_t, const std::string&) override {}
-        void OnBackupDatabaseStatus(int32_t, int32_t) override {}
-        void OnBackupToAVIStatus(int32_t, int32_t) override {}
-        void OnNotify(int32_t, const std::string&) override {}
-        void OnSearchResult(const std::string&) override {}
-        void OnReceiveStatus(int32_t, int32_t) override {}
-    } events;
-    tcp.setEvents(&events);
-    tcp.Login("127.0.0.1", w.sim->port(), "admin", "admin", "bench");
-    for (int i = 0; i < 400 && events.last != 9; ++i) executor.drain(5);
-    if (events.last != 9) {
+    StatusEvents events;
+    if (!handshake(tcp, executor, events, w.sim->port())) {
         state.SkipWithError("login failed");
         return;
     }
@@ -178,21 +186,8 @@ void BM_HandshakeOnly(benchmark::State& state) {
     for (auto _ : state) {
         app::QueueExecutor executor;
         link::TcpLink tcp(executor);
-        struct Status : link::LinkEvents {
-            int32_t last = 0;
-            void OnResponse(int32_t, const std::string&) override {}
-            void OnNotifyServiceStatus(int32_t, int32_t s) override { last = s; }
-            void OnGetMapPic(int32_t, int32_t, int32_t, const std::string&) override {}
-            void OnBackupDatabaseStatus(int32_t, int32_t) override {}
-            void OnBackupToAVIStatus(int32_t, int32_t) override {}
-            void OnNotify(int32_t, const std::string&) override {}
-            void OnSearchResult(const std::string&) override {}
-            void OnReceiveStatus(int32_t, int32_t) override {}
-        } events;
-        tcp.setEvents(&events);
-        tcp.Login("127.0.0.1", w.sim->port(), "admin", "admin", "bench");
-        for (int i = 0; i < 400 && events.last != 9; ++i) executor.drain(5);
-        if (events.last != 9) state.SkipWithError("login failed");
+        StatusEvents events;
+        if (!handshake(tcp, executor, events, w.sim->port())) state.SkipWithError("login failed");
         tcp.Logout(1);
     }
 }

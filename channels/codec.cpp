@@ -389,6 +389,12 @@ bool GetChannelStatus(std::string_view text, ChannelTable& strCH, int32_t channe
     }
 }
 
+// The video settings both the channel write and the preview send, in their order.
+static std::string videoElements(const ChannelRecord& r) {
+    return el("FMT", r.FMT) + el("Size", r.Size) + el("FPS", r.FPS) + el("Quality", r.Quality) +
+           el("RateControl", r.RateControl) + el("Bitrate", r.Bitrate) + el("GOP", r.GOP);
+}
+
 std::string Get_Channel_ADD_XML(const ChannelRecord& r) {
     std::string b;
     b += el("CH", r.CH);
@@ -404,13 +410,7 @@ std::string Get_Channel_ADD_XML(const ChannelRecord& r) {
     b += el("RtspPort", r.RtspPort);
     b += el("StartConfig", r.StartConfig);
     b += "<Video>";
-    b += el("FMT", r.FMT);
-    b += el("Size", r.Size);
-    b += el("FPS", r.FPS);
-    b += el("Quality", r.Quality);
-    b += el("RateControl", r.RateControl);
-    b += el("Bitrate", r.Bitrate);
-    b += el("GOP", r.GOP);
+    b += videoElements(r);
     b += el("LensMode", r.LensMode);
     b += el("LeftDisplayMode", r.LeftDisplayMode);
     b += el("RightDisplayMode", r.RightDisplayMode);
@@ -434,13 +434,7 @@ std::string Get_PreView_XML(const ChannelRecord& r) {
     b += el("BrandCode", r.BrandCode);
     b += el("RtspPort", r.RtspPort);
     b += "<Video>";
-    b += el("FMT", r.FMT);
-    b += el("Size", r.Size);
-    b += el("FPS", r.FPS);
-    b += el("Quality", r.Quality);
-    b += el("RateControl", r.RateControl);
-    b += el("Bitrate", r.Bitrate);
-    b += el("GOP", r.GOP);
+    b += videoElements(r);
     b += "</Video>";
     return app::CommandA(app::cmd::kPreviewCamera, app::userdata::kFormMain, b);
 }
