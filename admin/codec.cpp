@@ -10,10 +10,8 @@ namespace kv::admin {
 
 std::string Get_ServiceInfo_XML() { return app::CommandA(app::cmd::kGetServiceInfo, ""); }
 
-bool Load_ServiceInfo_XML(std::string_view xml, ServerInfo& info) {
+bool Load_ServiceInfo_XML(const pugi::xml_document& doc, ServerInfo& info) {
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, xml)) return false;
         const pugi::xml_node r = app::ResponseOf(doc);
         if (!r) return false;
         for (const pugi::xml_node c : r.children()) {
@@ -37,10 +35,12 @@ bool Load_ServiceInfo_XML(std::string_view xml, ServerInfo& info) {
     }
 }
 
-bool Load_DDNSSetting_XML(std::string_view xml, DDNSSetting& d) {
+bool Load_ServiceInfo_XML(std::string_view xml, ServerInfo& info) {
+    return Load_ServiceInfo_XML(app::ParseReply(xml), info);
+}
+
+bool Load_DDNSSetting_XML(const pugi::xml_document& doc, DDNSSetting& d) {
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, xml)) return false;
         const pugi::xml_node r = app::ResponseOf(doc);
         if (!r) return false;
         for (const pugi::xml_node c : r.children()) {
@@ -60,10 +60,12 @@ bool Load_DDNSSetting_XML(std::string_view xml, DDNSSetting& d) {
     }
 }
 
-bool GetServiceStatus(std::string_view xml, ServiceStatus& s) {
+bool Load_DDNSSetting_XML(std::string_view xml, DDNSSetting& d) {
+    return Load_DDNSSetting_XML(app::ParseReply(xml), d);
+}
+
+bool GetServiceStatus(const pugi::xml_document& doc, ServiceStatus& s) {
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, xml)) return false;
         const pugi::xml_node r = app::ResponseOf(doc);
         if (!r || app::ToInt32(r.first_attribute().value()) != 0) return false;
         if (const pugi::xml_node c = r.child("CPUUsage"); c && *c.text().get()) s.CPUUsage = app::ToInt16(c.text().get());
@@ -74,6 +76,8 @@ bool GetServiceStatus(std::string_view xml, ServiceStatus& s) {
     }
 }
 
+bool GetServiceStatus(std::string_view xml, ServiceStatus& s) { return GetServiceStatus(app::ParseReply(xml), s); }
+
 namespace {
 
 std::string element(const char* name, const std::string& value) {
@@ -81,10 +85,8 @@ std::string element(const char* name, const std::string& value) {
 }
 
 // The "Status" child of RESPONSE; false when the answer has none.
-bool readStatus(std::string_view xml, int16_t& status) {
+bool readStatus(const pugi::xml_document& doc, int16_t& status) {
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, xml)) return false;
         const pugi::xml_node r = app::ResponseOf(doc);
         const pugi::xml_node s = r.child("Status");
         if (!s) return false;
@@ -131,10 +133,8 @@ std::string Get_DDNSChecking_XML(const DDNSSetting& d) {
     return app::CommandA(app::cmd::kCheckDdns, body);
 }
 
-bool Load_PortChecking_XML(std::string_view xml, PortCheck& check) {
+bool Load_PortChecking_XML(const pugi::xml_document& doc, PortCheck& check) {
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, xml)) return false;
         const pugi::xml_node r = app::ResponseOf(doc);
         if (!r) return false;
         PortCheck out;
@@ -148,8 +148,22 @@ bool Load_PortChecking_XML(std::string_view xml, PortCheck& check) {
     }
 }
 
-bool Load_DDNSCheck(std::string_view xml, int16_t& DDNSCheckStatus) { return readStatus(xml, DDNSCheckStatus); }
+bool Load_PortChecking_XML(std::string_view xml, PortCheck& check) {
+    return Load_PortChecking_XML(app::ParseReply(xml), check);
+}
 
-bool Load_DDNSStatus_XML(std::string_view xml, int16_t& DDNSStatus) { return readStatus(xml, DDNSStatus); }
+bool Load_DDNSCheck(const pugi::xml_document& doc, int16_t& DDNSCheckStatus) {
+    return readStatus(doc, DDNSCheckStatus);
+}
+
+bool Load_DDNSCheck(std::string_view xml, int16_t& DDNSCheckStatus) {
+    return readStatus(app::ParseReply(xml), DDNSCheckStatus);
+}
+
+bool Load_DDNSStatus_XML(const pugi::xml_document& doc, int16_t& DDNSStatus) { return readStatus(doc, DDNSStatus); }
+
+bool Load_DDNSStatus_XML(std::string_view xml, int16_t& DDNSStatus) {
+    return readStatus(app::ParseReply(xml), DDNSStatus);
+}
 
 }  // namespace kv::admin

@@ -7,16 +7,23 @@
 
 #include "admin/records.h"
 
+namespace pugi {
+class xml_document;
+}
+
 namespace kv::admin {
 
 /// The 4100 query.
 std::string Get_ServiceInfo_XML();
 /// Fills `info` from the children of RESPONSE by name ("UserData" and unknown names skipped).
 bool Load_ServiceInfo_XML(std::string_view xml, ServerInfo& info);
+bool Load_ServiceInfo_XML(const pugi::xml_document& reply, ServerInfo& info);
 /// Fills `ddns` from a 32837 answer and marks it loaded.
 bool Load_DDNSSetting_XML(std::string_view xml, DDNSSetting& ddns);
+bool Load_DDNSSetting_XML(const pugi::xml_document& reply, DDNSSetting& ddns);
 /// Reads a 40961 answer; nothing changes unless the first attribute of RESPONSE is 0.
 bool GetServiceStatus(std::string_view xml, ServiceStatus& status);
+bool GetServiceStatus(const pugi::xml_document& reply, ServiceStatus& status);
 
 /// The answer of a port check.
 struct PortCheck {
@@ -35,9 +42,12 @@ std::string Get_SetDDNSSetting_XML(const DDNSSetting& ddns);
 std::string Get_DDNSChecking_XML(const DDNSSetting& ddns);
 /// "Port" and "Available" of a port check answer.
 bool Load_PortChecking_XML(std::string_view xml, PortCheck& check);
+bool Load_PortChecking_XML(const pugi::xml_document& reply, PortCheck& check);
 /// "Status" of a DDNS test answer.
 bool Load_DDNSCheck(std::string_view xml, int16_t& DDNSCheckStatus);
+bool Load_DDNSCheck(const pugi::xml_document& reply, int16_t& DDNSCheckStatus);
 /// "Status" of a DDNS state answer.
 bool Load_DDNSStatus_XML(std::string_view xml, int16_t& DDNSStatus);
+bool Load_DDNSStatus_XML(const pugi::xml_document& reply, int16_t& DDNSStatus);
 
 }  // namespace kv::admin

@@ -1,6 +1,7 @@
 // The server page's rules.
 #include "admin/server_page.h"
 
+#include <pugixml.hpp>
 #include <algorithm>
 
 #include "app/commands.h"
@@ -58,14 +59,14 @@ ServerPageModel::ServerPageModel(app::ShellModel& shell, link::ServiceLink& link
     shell_.registerPage(app::menu::kServer, [this] { OpenSystemFrame(); });
     shell_.registerSave(app::area::kServer, [this] { return cmd_System_Click(0); });
     shell_.addMarkHandler([this] { onMarks(); });
-    dispatcher_.registerParser(app::cmd::kCheckPort, [this](const std::string& x) {
-        if (Load_PortChecking_XML(x, portCheck)) bPortCheckDone = true;
+    dispatcher_.registerParser(app::cmd::kCheckPort, [this](const pugi::xml_document& r) {
+        if (Load_PortChecking_XML(r, portCheck)) bPortCheckDone = true;
     });
-    dispatcher_.registerParser(app::cmd::kCheckDdns, [this](const std::string& x) {
-        if (Load_DDNSCheck(x, DDNSCheckStatus)) bDDNSCheckDone = true;
+    dispatcher_.registerParser(app::cmd::kCheckDdns, [this](const pugi::xml_document& r) {
+        if (Load_DDNSCheck(r, DDNSCheckStatus)) bDDNSCheckDone = true;
     });
-    dispatcher_.registerParser(app::cmd::kGetDdnsStatus, [this](const std::string& x) {
-        if (Load_DDNSStatus_XML(x, DDNSStatus)) proPrintDDNSStatus();
+    dispatcher_.registerParser(app::cmd::kGetDdnsStatus, [this](const pugi::xml_document& r) {
+        if (Load_DDNSStatus_XML(r, DDNSStatus)) proPrintDDNSStatus();
     });
     fillFields();
     fillOverview();

@@ -5,6 +5,7 @@
 
 #include "app/commands.h"
 #include "app/protocol.h"
+#include "app/xml_read.h"
 #include "base/text.h"
 
 namespace kv::app {
@@ -80,14 +81,16 @@ void Dispatcher::setFollowUp(FollowUp which, FollowUpHandler handler) { followUp
 
 int32_t Dispatcher::ControlCOM_OnResponse(const std::string& xml) {
     if (bAppEnding) return 0;
-    const int32_t id = Load_XML_RESPONSE(xml);
+    // Parsed once: the id and the subject's reader share the document.
+    const pugi::xml_document doc = ParseReply(xml);
+    const int32_t id = Load_XML_RESPONSE(doc);
     const auto& table = ResponseTable();
     const auto row = table.find(id);
     if (row == table.end()) return 0;
     // A parser that fails ends quietly: the row's flag is set all the same.
     if (const auto p = parsers_.find(id); p != parsers_.end() && p->second) {
         try {
-            p->second(xml);
+            p->second(doc);
         } catch (...) {
         }
     }

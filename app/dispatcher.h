@@ -9,6 +9,10 @@
 #include <string>
 #include <string_view>
 
+namespace pugi {
+class xml_document;
+}
+
 namespace kv::app {
 
 inline constexpr size_t kDataReadyCount = 22;
@@ -44,7 +48,8 @@ PageReady DerivePageReady(const DataReady& flags, const PageReady& previous);
 
 class Dispatcher {
 public:
-    using Parser = std::function<void(const std::string& xml)>;
+    /// Reads a reply the dispatcher has parsed once for its id and its reader.
+    using Parser = std::function<void(const pugi::xml_document& reply)>;
     using FollowUpHandler = std::function<void()>;
 
     /// Registers the parser of a response id of the table (ids outside the table are refused).

@@ -4,6 +4,7 @@
 #include <pugixml.hpp>
 
 #include "app/commands.h"
+#include "app/xml_read.h"
 #include "base/text.h"
 
 namespace kv::app {
@@ -78,11 +79,11 @@ std::string CommandD(int32_t id, std::string_view userData, int32_t channel) {
     return s;
 }
 
-int32_t Load_XML_RESPONSE(std::string_view xml) {
+int32_t Load_XML_RESPONSE(std::string_view xml) { return Load_XML_RESPONSE(ParseReply(xml)); }
+
+int32_t Load_XML_RESPONSE(const pugi::xml_document& doc) {
     try {
-        pugi::xml_document doc;
-        if (!loadDoc(doc, xml) || !doc.document_element()) return 0;
-        const pugi::xml_node r = doc.select_node("//RESPONSE").node();
+        const pugi::xml_node r = ResponseOf(doc);
         if (!r) return 0;
         const pugi::xml_attribute second = r.first_attribute().next_attribute();
         if (!second) return 0;

@@ -5,6 +5,10 @@
 #include <string>
 #include <string_view>
 
+namespace pugi {
+class xml_document;
+}
+
 namespace kv::app {
 
 /// Form A: `<CMD ID="id"><UserData>CONFIG_AP</UserData><Param>body</Param></CMD>`.
@@ -23,6 +27,8 @@ std::string CommandD(int32_t id, std::string_view userData, int32_t channel);
 /// The response id: the second attribute of the first RESPONSE, read by position; 0 when the
 /// text does not parse, has no RESPONSE or the attribute is missing.
 int32_t Load_XML_RESPONSE(std::string_view xml);
+/// The same of a reply already parsed.
+int32_t Load_XML_RESPONSE(const pugi::xml_document& reply);
 /// The RET attribute of the first RESPONSE (by base name); -1 without one or on a bad text.
 int32_t CheckCMDReturn(std::string_view xml);
 /// The same walk for responses read inside the shell.

@@ -1,6 +1,7 @@
 // Routing of the link's events, and the parsers of the subjects this layer knows.
 #include "app/session.h"
 
+#include <pugixml.hpp>
 #include <chrono>
 
 #include "admin/codec.h"
@@ -44,18 +45,20 @@ Session::Session(link::ServiceLink& link, Prompter& prompter, const base::Langua
 Session::~Session() { link_.setEvents(nullptr); }
 
 void Session::registerParsers() {
-    const auto channelDetail = [this](const std::string& x) { channels::Load_ChannelDetailInfo_XML(x, config.strCH); };
-    dispatcher.registerParser(24582, channelDetail);
-    login.syncParsers.channelDetail = channelDetail;
-    dispatcher.registerParser(24578, [this](const std::string& x) {
-        channels::GetChannelStatus(x, config.strCH, config.iMaxChannel);
+    using Doc = pugi::xml_document;
+    dispatcher.registerParser(24582, [this](const Doc& r) { channels::Load_ChannelDetailInfo_XML(r, config.strCH); });
+    login.syncParsers.channelDetail = [this](const std::string& x) {
+        channels::Load_ChannelDetailInfo_XML(x, config.strCH);
+    };
+    dispatcher.registerParser(24578, [this](const Doc& r) {
+        channels::GetChannelStatus(r, config.strCH, config.iMaxChannel);
     });
-    dispatcher.registerParser(8194, [this](const std::string& x) { channels::Load_SearchCAMList_XML(x, config.strSearchCam); });
-    dispatcher.registerParser(32790, [this](const std::string& x) { admin::Load_ServiceInfo_XML(x, config.serverInfo); });
-    dispatcher.registerParser(32801, [this](const std::string& x) { users::Load_UserList_XML(x, config.strUser); });
-    dispatcher.registerParser(32803, [this](const std::string& x) { users::Load_UserGroup_XML(x, config.strUserGroup); });
-    dispatcher.registerParser(32837, [this](const std::string& x) { admin::Load_DDNSSetting_XML(x, config.ddns); });
-    dispatcher.registerParser(40961, [this](const std::string& x) { admin::GetServiceStatus(x, config.serviceStatus); });
+    dispatcher.registerParser(8194, [this](const Doc& r) { channels::Load_SearchCAMList_XML(r, config.strSearchCam); });
+    dispatcher.registerParser(32790, [this](const Doc& r) { admin::Load_ServiceInfo_XML(r, config.serverInfo); });
+    dispatcher.registerParser(32801, [this](const Doc& r) { users::Load_UserList_XML(r, config.strUser); });
+    dispatcher.registerParser(32803, [this](const Doc& r) { users::Load_UserGroup_XML(r, config.strUserGroup); });
+    dispatcher.registerParser(32837, [this](const Doc& r) { admin::Load_DDNSSetting_XML(r, config.ddns); });
+    dispatcher.registerParser(40961, [this](const Doc& r) { admin::GetServiceStatus(r, config.serviceStatus); });
 }
 
 void Session::OnResponse(int32_t, const std::string& xml) {

@@ -10,6 +10,13 @@ bool LoadReply(pugi::xml_document& doc, std::string_view xml) {
     return r && doc.document_element();
 }
 
+pugi::xml_document ParseReply(std::string_view xml) {
+    pugi::xml_document doc;
+    // A failed parse leaves what it read so far: nothing of it may be taken for a reply.
+    if (!LoadReply(doc, xml)) doc.reset();
+    return doc;
+}
+
 pugi::xml_node ResponseOf(const pugi::xml_document& doc) {
     if (std::string_view(doc.document_element().name()) == "RESPONSE") return doc.document_element();
     return FindDeep(doc, "RESPONSE");

@@ -11,6 +11,9 @@ namespace kv::app {
 
 /// Parses a reply; false when the text is not XML or has no root.
 bool LoadReply(pugi::xml_document& doc, std::string_view xml);
+/// The reply as a document; an empty document when the text is not XML or has no root, so that
+/// a reader finds no RESPONSE in it.
+pugi::xml_document ParseReply(std::string_view xml);
 /// The first RESPONSE element of the document (empty node when there is none).
 pugi::xml_node ResponseOf(const pugi::xml_document& doc);
 /// The first element of that name at any depth below `parent`.

@@ -234,10 +234,8 @@ bool ChannelRetCode(std::string_view text, int32_t& code) {
     return true;
 }
 
-int Load_ChannelDetailInfo_XML(std::string_view text, ChannelTable& strCH) {
+int Load_ChannelDetailInfo_XML(const pugi::xml_document& doc, ChannelTable& strCH) {
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, text)) return 0;
         const pugi::xml_node response = app::ResponseOf(doc);
         if (!response || !retCodeIsZero(response)) return 0;
         if (!response.first_child()) return 1;
@@ -270,6 +268,10 @@ int Load_ChannelDetailInfo_XML(std::string_view text, ChannelTable& strCH) {
     } catch (...) {
         return 0;
     }
+}
+
+int Load_ChannelDetailInfo_XML(std::string_view text, ChannelTable& strCH) {
+    return Load_ChannelDetailInfo_XML(app::ParseReply(text), strCH);
 }
 
 bool SetstrCHSystem(ChannelRecord& r, pugi::xml_node sizeList) {
@@ -353,10 +355,8 @@ int Load_ChannelDetectInfo_XML(std::string_view text, ChannelRecord& r) {
     }
 }
 
-bool GetChannelStatus(std::string_view text, ChannelTable& strCH, int32_t channelCount) {
+bool GetChannelStatus(const pugi::xml_document& doc, ChannelTable& strCH, int32_t channelCount) {
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, text)) return false;
         const pugi::xml_node response = app::ResponseOf(doc);
         const pugi::xml_attribute ret = response.first_attribute();
         if (!ret || app::ToInt32(ret.value()) != 0) return false;
@@ -387,6 +387,10 @@ bool GetChannelStatus(std::string_view text, ChannelTable& strCH, int32_t channe
     } catch (...) {
         return false;
     }
+}
+
+bool GetChannelStatus(std::string_view text, ChannelTable& strCH, int32_t channelCount) {
+    return GetChannelStatus(app::ParseReply(text), strCH, channelCount);
 }
 
 // The video settings both the channel write and the preview send, in their order.
@@ -447,11 +451,9 @@ std::string GetRemoteChannelXML(std::string_view ip, int32_t port, std::string_v
 
 std::string Get_SearchCAM_XML() { return app::CommandC(app::cmd::kSearchCameras); }
 
-bool Load_SearchCAMList_XML(std::string_view text, SearchCamList& list) {
+bool Load_SearchCAMList_XML(const pugi::xml_document& doc, SearchCamList& list) {
     list.assign(1, SearchCamRecord{});
     try {
-        pugi::xml_document doc;
-        if (!app::LoadReply(doc, text)) return false;
         const pugi::xml_node response = app::ResponseOf(doc);
         if (!response || retOf(response) != 0) return false;
         const size_t count = xml::elementCount(response);
@@ -478,6 +480,10 @@ bool Load_SearchCAMList_XML(std::string_view text, SearchCamList& list) {
         list.assign(1, SearchCamRecord{});
         return false;
     }
+}
+
+bool Load_SearchCAMList_XML(std::string_view text, SearchCamList& list) {
+    return Load_SearchCAMList_XML(app::ParseReply(text), list);
 }
 
 }  // namespace kv::channels

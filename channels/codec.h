@@ -10,6 +10,10 @@
 
 #include "channels/records.h"
 
+namespace pugi {
+class xml_document;
+}
+
 namespace kv::channels {
 
 /// 24582 asking for channels 1..count (UserData "Form_Main").
@@ -20,6 +24,7 @@ std::string ChannelDetail_XML(int32_t count);
 /// Returns 1 when the whole reply was read (or RESPONSE has no children), else 0; a reply that
 /// stops half way leaves the slots as far as it got.
 int Load_ChannelDetailInfo_XML(std::string_view xml, ChannelTable& strCH);
+int Load_ChannelDetailInfo_XML(const pugi::xml_document& reply, ChannelTable& strCH);
 
 /// Reads one `SizeList` element (the lists of one format) into `record`; false on a fault, with
 /// what was read so far kept.
@@ -32,6 +37,7 @@ int Load_ChannelDetectInfo_XML(std::string_view xml, ChannelRecord& record);
 /// Reads a 24578 reply into `Connected` and `InRecord`; channels above `channelCount` are skipped.
 /// False when the reply is no XML, its return code is not 0, or it names a channel below 1.
 bool GetChannelStatus(std::string_view xml, ChannelTable& strCH, int32_t channelCount);
+bool GetChannelStatus(const pugi::xml_document& reply, ChannelTable& strCH, int32_t channelCount);
 
 /// 24581 with the whole channel: adds or changes it.
 std::string Get_Channel_ADD_XML(const ChannelRecord& record);
@@ -52,5 +58,6 @@ std::string Get_SearchCAM_XML();
 /// Sizes `list` by the children of RESPONSE and fills the entries of its `Device` children.
 /// A reply whose return code is not 0, or no XML, leaves one blank entry.
 bool Load_SearchCAMList_XML(std::string_view xml, SearchCamList& list);
+bool Load_SearchCAMList_XML(const pugi::xml_document& reply, SearchCamList& list);
 
 }  // namespace kv::channels

@@ -182,6 +182,15 @@ public:
 
     void start() {
         auto self = shared_from_this();
+        // An address written as numbers needs no lookup: connecting at once spares the resolver's
+        // thread and two hand-overs between threads.
+        asio::error_code numeric;
+        const asio::ip::address address = asio::ip::make_address(login_.host, numeric);
+        if (!numeric) {
+            socket_.async_connect(tcp::endpoint(address, login_.port),
+                                  [self](const asio::error_code& e) { self->onConnected(e); });
+            return;
+        }
         resolver_.async_resolve(login_.host, std::to_string(login_.port),
                                 [self](const asio::error_code& ec, tcp::resolver::results_type results) {
                                     self->onResolved(ec, results);

@@ -3,6 +3,8 @@
 
 #include <sqlite3.h>
 
+#include <unordered_map>
+
 namespace kv::sim {
 
 namespace {
@@ -39,6 +41,9 @@ bool insert(sqlite3* db, std::string_view key, std::string_view body) {
 
 struct SimStore::Impl {
     sqlite3* db = nullptr;
+    // The service owns its file while it runs, so what it read or committed stays valid: reads
+    // are answered from memory (a miss is remembered as well) and the file is only written.
+    std::unordered_map<std::string, std::optional<std::string>> cache;
     ~Impl() { sqlite3_close_v2(db); }
 };
 
@@ -71,15 +76,25 @@ base::Result<std::unique_ptr<SimStore>> SimStore::open(const std::filesystem::pa
 }
 
 std::optional<std::string> SimStore::get(std::string_view key) const {
+    std::string name(key);
+    if (const auto hit = impl_->cache.find(name); hit != impl_->cache.end()) return hit->second;
     Statement st(impl_->db, "SELECT body FROM documents WHERE key = ?1");
-    if (!st) return std::nullopt;
+    if (!st) return std::nullopt;  // not remembered: the next read tries the file again
     st.bind(1, key);
-    if (sqlite3_step(st.get()) != SQLITE_ROW) return std::nullopt;
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(st.get(), 0));
-    return std::string(text ? text : "", static_cast<size_t>(sqlite3_column_bytes(st.get(), 0)));
+    std::optional<std::string> body;
+    if (sqlite3_step(st.get()) == SQLITE_ROW) {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(st.get(), 0));
+        body.emplace(text ? text : "", static_cast<size_t>(sqlite3_column_bytes(st.get(), 0)));
+    }
+    impl_->cache.emplace(std::move(name), body);
+    return body;
 }
 
-bool SimStore::put(std::string_view key, std::string_view body) { return insert(impl_->db, key, body); }
+bool SimStore::put(std::string_view key, std::string_view body) {
+    if (!insert(impl_->db, key, body)) return false;
+    impl_->cache.insert_or_assign(std::string(key), std::string(body));
+    return true;
+}
 
 bool SimStore::putAll(const Documents& docs) {
     sqlite3* db = impl_->db;
@@ -94,6 +109,7 @@ bool SimStore::putAll(const Documents& docs) {
         exec(db, "ROLLBACK");
         return false;
     }
+    for (const auto& [key, body] : docs) impl_->cache.insert_or_assign(key, body);
     return true;
 }
 

@@ -31,8 +31,7 @@ std::optional<int16_t> elementId(pugi::xml_node e, std::set<int16_t>& seen) {
     return id;
 }
 
-pugi::xml_node listOf(pugi::xml_document& doc, std::string_view xml, const char* name) {
-    if (!app::LoadReply(doc, xml)) return {};
+pugi::xml_node listOf(const pugi::xml_document& doc, const char* name) {
     return app::FindDeep(app::ResponseOf(doc), name);
 }
 
@@ -42,11 +41,10 @@ std::string attr(const char* name, std::string_view value) {
 
 }  // namespace
 
-bool Load_UserList_XML(std::string_view xml, UserList& list) {
+bool Load_UserList_XML(const pugi::xml_document& doc, UserList& list) {
     list = EmptyUserList();
     try {
-        pugi::xml_document doc;
-        const pugi::xml_node l = listOf(doc, xml, "UserList");
+        const pugi::xml_node l = listOf(doc, "UserList");
         if (!l) return false;
         UserList out;
         std::set<int16_t> seen;
@@ -78,11 +76,12 @@ bool Load_UserList_XML(std::string_view xml, UserList& list) {
     }
 }
 
-bool Load_UserGroup_XML(std::string_view xml, UserGroupList& list) {
+bool Load_UserList_XML(std::string_view xml, UserList& list) { return Load_UserList_XML(app::ParseReply(xml), list); }
+
+bool Load_UserGroup_XML(const pugi::xml_document& doc, UserGroupList& list) {
     list = EmptyUserGroupList();
     try {
-        pugi::xml_document doc;
-        const pugi::xml_node l = listOf(doc, xml, "UserGroupList");
+        const pugi::xml_node l = listOf(doc, "UserGroupList");
         if (!l) return false;
         UserGroupList out;
         std::set<int16_t> seen;
@@ -109,6 +108,10 @@ bool Load_UserGroup_XML(std::string_view xml, UserGroupList& list) {
     } catch (...) {
         return false;
     }
+}
+
+bool Load_UserGroup_XML(std::string_view xml, UserGroupList& list) {
+    return Load_UserGroup_XML(app::ParseReply(xml), list);
 }
 
 int32_t XML_GetUserGroupID(std::string_view xml) {

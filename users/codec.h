@@ -6,6 +6,10 @@
 
 #include "users/records.h"
 
+namespace pugi {
+class xml_document;
+}
+
 namespace kv::users {
 
 /// Resets `list` to its sentinel and fills it from a 32801 answer ("UserList" under RESPONSE).
@@ -13,11 +17,13 @@ namespace kv::users {
 /// id, or has no numeric GroupID ends the list there; the accounts before it stand.
 /// Returns false when the text could not be read or the list ended early.
 bool Load_UserList_XML(std::string_view xml, UserList& list);
+bool Load_UserList_XML(const pugi::xml_document& reply, UserList& list);
 /// The same parser as used by the Users page.
 inline bool Load_UserInformation_XML(std::string_view xml, UserList& list) { return Load_UserList_XML(xml, list); }
 /// Resets `list` to its sentinel and fills it from a 32803 answer ("UserGroupList" under RESPONSE).
 /// Channel lists are kept as sent. Ids follow the rule of the account list.
 bool Load_UserGroup_XML(std::string_view xml, UserGroupList& list);
+bool Load_UserGroup_XML(const pugi::xml_document& reply, UserGroupList& list);
 /// The group id of the login account in a 4109 answer; -1 when the answer holds none.
 int32_t XML_GetUserGroupID(std::string_view xml);
 /// The 4109 command for a user name.

@@ -1,4 +1,5 @@
 // The server page: its wire texts and readers, and the page model against a scripted link.
+#include <pugixml.hpp>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -129,7 +130,7 @@ struct ServerPage : ::testing::Test {
         status.CPUUsage = 12;
         status.HTTPState = 1;
         // The session reads the status answer; the page shows it.
-        dispatcher.registerParser(40961, [this](const std::string& x) { GetServiceStatus(x, status); });
+        dispatcher.registerParser(40961, [this](const pugi::xml_document& r) { GetServiceStatus(r, status); });
         page = std::make_unique<ServerPageModel>(*shell, link, dispatcher, info, ddns, status, prompter, lang, host);
         shell->lbMenu_Click(app::menu::kServer);
     }

@@ -1,4 +1,5 @@
 // The envelope forms byte for byte, the RESPONSE readers, the dispatcher and the page-ready rule.
+#include <pugixml.hpp>
 #include <gtest/gtest.h>
 
 #include "app/commands.h"
@@ -50,9 +51,9 @@ TEST(ResponseReaders, ReturnCodeByBaseName) {
 TEST(Dispatcher, RowsSetTheirFlagsEvenWhenTheParserFails) {
     Dispatcher d;
     int parsed = 0;
-    ASSERT_TRUE(d.registerParser(32801, [&](const std::string&) { ++parsed; }));
-    ASSERT_TRUE(d.registerParser(32803, [](const std::string&) { throw std::runtime_error("bad"); }));
-    EXPECT_FALSE(d.registerParser(32775, [](const std::string&) {})) << "not a row of the table";
+    ASSERT_TRUE(d.registerParser(32801, [&](const pugi::xml_document&) { ++parsed; }));
+    ASSERT_TRUE(d.registerParser(32803, [](const pugi::xml_document&) { throw std::runtime_error("bad"); }));
+    EXPECT_FALSE(d.registerParser(32775, [](const pugi::xml_document&) {})) << "not a row of the table";
     EXPECT_EQ(d.ControlCOM_OnResponse("<RESPONSE RET=\"0\" ID=\"32801\"/>"), 32801);
     EXPECT_EQ(parsed, 1);
     EXPECT_TRUE(d.bDataReady[16]);
@@ -66,7 +67,9 @@ TEST(Dispatcher, RowsSetTheirFlagsEvenWhenTheParserFails) {
 TEST(Dispatcher, UnknownIdsAndWriteEchoesChangeNothing) {
     Dispatcher d;
     for (const char* xml : {"<RESPONSE RET=\"0\" ID=\"32775\"/>", "<RESPONSE RET=\"0\"/>", "junk",
-                            "<RESPONSE RET=\"0\" ID=\"99999\"/>"})
+                            "<RESPONSE RET=\"0\" ID=\"99999\"/>",
+                            // A known head over a broken body: what the parse read so far is no reply.
+                            "<RESPONSE RET=\"0\" ID=\"32801\"><UserList><User"})
         EXPECT_EQ(d.ControlCOM_OnResponse(xml), 0) << xml;
     EXPECT_EQ(d.bDataReady, DataReady{});
 }
@@ -96,7 +99,7 @@ TEST(Dispatcher, FlagsOfTheTable) {
 TEST(Dispatcher, FollowUpsAndMarks) {
     Dispatcher d;
     std::vector<std::string> order;
-    d.registerParser(32778, [&](const std::string&) { order.push_back("parse"); });
+    d.registerParser(32778, [&](const pugi::xml_document&) { order.push_back("parse"); });
     d.setFollowUp(FollowUp::EnActionCondition, [&] { order.push_back("EnActionCondition"); });
     d.ControlCOM_OnResponse("<RESPONSE RET=\"0\" ID=\"32778\"/>");
     EXPECT_EQ(order, (std::vector<std::string>{"parse", "EnActionCondition"}));
