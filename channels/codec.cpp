@@ -240,9 +240,10 @@ int Load_ChannelDetailInfo_XML(const pugi::xml_document& doc, ChannelTable& strC
         if (!response || !retCodeIsZero(response)) return 0;
         if (!response.first_child()) return 1;
 
-        // Every slot starts blank: a channel the reply leaves out is no longer configured.
-        const ChannelTable saved = strCH;
-        strCH.fill(ChannelRecord{});
+        // Every slot starts blank: a channel the reply leaves out is no longer configured. The
+        // old records move aside (no copy) for the rule of the unchanged address.
+        ChannelTable saved{};
+        saved.swap(strCH);
         bool whole = true;
         forEachElement(response, [&](pugi::xml_node list) {
             if (!whole || !named(list, "CHList")) return;
