@@ -26,7 +26,7 @@ using ChannelGridRow = std::array<app::GridCell, kGridColumns>;
 /// free one grey.
 std::array<ChannelGridRow, 8> ShowChannelToGrid(const ChannelTable& strCH, int32_t channelCount, int32_t selected);
 
-/// DisplayChStatus: rows of 8 up to the channel count; a configured channel is red when
+/// DisplayChStatus: rows of 8 up to the channel count; a configured channel is light blue when
 /// connected and white when not; a free one keeps the grid's colour.
 std::vector<ChannelGridRow> DisplayChStatus(const ChannelTable& strCH, int32_t channelCount);
 

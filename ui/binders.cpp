@@ -13,6 +13,13 @@
 
 namespace kv::ui {
 
+std::vector<ComboItem> ItemsOf(const app::ComboBox& combo) {
+    std::vector<ComboItem> out;
+    out.reserve(combo.items.size());
+    for (const std::string& s : combo.items) out.push_back({s, {}});
+    return out;
+}
+
 void Binder::act(const std::function<void()>& action) {
     if (refreshing_) return;
     try {

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "app/controls.h"
+
 class QAbstractButton;
 class QComboBox;
 class QLabel;
@@ -23,6 +25,9 @@ struct ComboItem {
 };
 
 using Cells = std::vector<std::vector<std::string>>;
+
+/// The items of a model's combo box, without icons.
+std::vector<ComboItem> ItemsOf(const app::ComboBox& combo);
 
 /// Rows of fixed-width model grids as cells.
 template <size_t N>

@@ -11,12 +11,16 @@
 #include "admin/server_page.h"
 #include "base/lang.h"
 #include "store/local_db.h"
+#include "ui/channel_page.h"
+#include "ui/channel_subject.h"
 #include "ui/config_window.h"
 #include "ui/login_form.h"
 #include "ui/look.h"
 #include "ui/server_list_dialog.h"
 #include "ui/server_page.h"
 #include "ui/service_ctrl_dialog.h"
+#include "ui/user_page.h"
+#include "users/page.h"
 
 namespace kv::ui {
 namespace fs = std::filesystem;
@@ -239,6 +243,24 @@ void ClientApp::registerPages() {
                                          start_.lang.GetText(r.InRecord != 0 ? 74 : 851)};
     };
     addPage(app::menu::kServer, new ServerPage(*serverPage_, *shell_, start_.lang));
+    // The channel subject: its page with the PTZ tab and the search, the save areas 1 and 10.
+    channels_ = std::make_unique<ChannelSubject>(*session_, *shell_, link_, prompter_, start_.lang, clock_,
+                                                 kWindowTitle);
+    channels_->refreshAll = [this] { refreshAll(); };
+    addPage(app::menu::kChannel, channels_->createPage());
+
+    // Users and groups: accounts save through area 13, groups through area 14 (area 8 saves the
+    // same list).
+    userPage_ = std::make_unique<users::UserPage>(c.strUser, c.strUserGroup, link_, prompter_, start_.lang,
+                                                  kWindowTitle, c.iMaxChannel);
+    QPointer<UserPage> users = new UserPage(*userPage_, c.strUser, c.strUserGroup, *shell_, start_.lang);
+    shell_->registerPage(app::menu::kUser, [users] {
+        if (users) users->open();
+    });
+    shell_->registerSave(app::area::kUsers, [users] { return users && users->saveUsers(); });
+    for (size_t area : {app::area::kUserGroups, app::area::kUserGroups2})
+        shell_->registerSave(area, [users] { return users && users->saveGroups(); });
+    addPage(app::menu::kUser, users);
 }
 
 void ClientApp::addPage(int32_t menuIndex, Page* page) {

@@ -29,9 +29,13 @@ class ServerPageModel;
 namespace kv::store {
 class LocalDatabase;
 }
+namespace kv::users {
+class UserPage;
+}
 
 namespace kv::ui {
 
+class ChannelSubject;
 class ConfigWindow;
 class LoginForm;
 class Page;
@@ -83,11 +87,14 @@ public:
     app::LoginFormModel* loginModel() const { return loginModel_.get(); }
     app::ShellModel* shell() const { return shell_.get(); }
     admin::ServerPageModel* serverPage() const { return serverPage_.get(); }
+    users::UserPage* userPage() const { return userPage_.get(); }
     app::ServerListModel* serverListModel() const { return serverList_.get(); }
     LoginForm* loginForm() const;
     ConfigWindow* configWindow() const;
     ServerListDialog* serverListDialog() const;
     UiPrompter& prompter() { return prompter_; }
+    /// The channel subject (its models, page and dialogs); null before the configuration opens.
+    ChannelSubject* channelSubject() const { return channels_.get(); }
     link::TcpLink& link() { return link_; }
 
     // ShellHost.
@@ -123,6 +130,8 @@ private:
     std::unique_ptr<app::LoginFormModel> loginModel_;
     std::unique_ptr<app::ShellModel> shell_;
     std::unique_ptr<admin::ServerPageModel> serverPage_;
+    std::unique_ptr<ChannelSubject> channels_;
+    std::unique_ptr<users::UserPage> userPage_;
     std::unique_ptr<app::ServerListModel> serverList_;
     QPointer<LoginForm> loginForm_;
     QPointer<ConfigWindow> config_;

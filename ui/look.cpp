@@ -4,17 +4,46 @@
 #include <QAbstractButton>
 #include <QFile>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QVariant>
 #include <QWidget>
 
+#include "app/shell.h"
 #include "base/lang.h"
 
 namespace kv::ui {
 
 void SetMark(QWidget* widget, const char* key, int id) {
     widget->setProperty("tag", QString("%1:%2").arg(key).arg(id));
+}
+
+QLabel* CaptionLabel(int id) {
+    auto* l = new QLabel;
+    Caption(l, id);
+    return l;
+}
+
+QLineEdit* NamedEdit(const QString& name) {
+    auto* e = new QLineEdit;
+    e->setObjectName(name);
+    return e;
+}
+
+QColor SystemColour(uint32_t bgr) { return QColor::fromRgb(app::RgbOf(bgr)); }
+
+QWidget* LegendEntry(uint32_t bgr, int textId) {
+    auto* w = new QWidget;
+    auto* l = new QHBoxLayout(w);
+    l->setContentsMargins(0, 0, 8, 0);
+    l->setSpacing(4);
+    auto* swatch = new QLabel;
+    swatch->setFixedSize(14, 14);
+    swatch->setStyleSheet(QString("background: %1; border: 1px solid #9aa3ad;").arg(SystemColour(bgr).name()));
+    l->addWidget(swatch);
+    l->addWidget(CaptionLabel(textId));
+    return w;
 }
 
 namespace {

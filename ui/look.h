@@ -1,14 +1,18 @@
 // Captions by mark, fonts by language, the icon set and the look shared by the forms.
 #pragma once
 
+#include <QColor>
 #include <QIcon>
 #include <QString>
+#include <cstdint>
 #include <string>
 
 namespace kv::base {
 class Language;
 struct FontRule;
 }  // namespace kv::base
+class QLabel;
+class QLineEdit;
 class QWidget;
 
 namespace kv::ui {
@@ -18,6 +22,14 @@ inline QString Q(const std::string& s) { return QString::fromStdString(s); }
 /// Marks a widget's fixed text: "CAPTION:id" sets text and tooltip, "TOOLTIP:id" the tooltip.
 void SetMark(QWidget* widget, const char* key, int id);
 inline void Caption(QWidget* widget, int id) { SetMark(widget, "CAPTION", id); }
+/// A label that takes the text of `id`.
+QLabel* CaptionLabel(int id);
+/// A line edit named for the tests and the tour.
+QLineEdit* NamedEdit(const QString& name);
+/// A colour of the system's notation (blue in the high byte) as Qt's.
+QColor SystemColour(uint32_t bgr);
+/// A colour square and its text, for the legends under the grids.
+QWidget* LegendEntry(uint32_t bgr, int textId);
 /// LoadLang's generic pass: every marked widget below `root` (and `root`) takes its text.
 void ApplyCaptions(QWidget* root, const base::Language& lang);
 /// ChangeCharSet: the font family of the language on the form.

@@ -22,18 +22,6 @@
 namespace kv::ui {
 namespace {
 
-QLabel* markedLabel(int id) {
-    auto* l = new QLabel;
-    Caption(l, id);
-    return l;
-}
-
-QLineEdit* edit(const char* name) {
-    auto* e = new QLineEdit;
-    e->setObjectName(name);
-    return e;
-}
-
 }  // namespace
 
 ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, const base::Language& lang)
@@ -43,11 +31,11 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     page->setContentsMargins(16, 12, 16, 10);
 
     auto* titleRow = new QHBoxLayout;
-    auto* title = markedLabel(801);
+    auto* title = CaptionLabel(801);
     title->setObjectName("lbPageTitle");
     titleRow->addWidget(title);
     titleRow->addStretch();
-    titleRow->addWidget(markedLabel(842));
+    titleRow->addWidget(CaptionLabel(842));
     auto* gridTitle = new QLabel;
     gridTitle->setObjectName("gridTitle");
     titleRow->addWidget(gridTitle);
@@ -61,26 +49,26 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     auto* info = new QGroupBox;
     Caption(info, 830);
     auto* il = new QFormLayout(info);
-    auto* name = edit("txt_System_Service_0");
-    il->addRow(markedLabel(328), name);
-    auto* ip = edit("txt_System_Service_1");
-    il->addRow(markedLabel(135), ip);
-    auto* domain = edit("txt_System_Service_2");
-    il->addRow(markedLabel(832), domain);
-    auto* version = edit("txt_System_Service_3");
-    il->addRow(markedLabel(833), version);
-    auto* package = edit("txt_System_Service_4");
-    il->addRow(markedLabel(834), package);
-    auto* timeZone = edit("txt_System_Service_5");
-    il->addRow(markedLabel(835), timeZone);
+    auto* name = NamedEdit("txt_System_Service_0");
+    il->addRow(CaptionLabel(328), name);
+    auto* ip = NamedEdit("txt_System_Service_1");
+    il->addRow(CaptionLabel(135), ip);
+    auto* domain = NamedEdit("txt_System_Service_2");
+    il->addRow(CaptionLabel(832), domain);
+    auto* version = NamedEdit("txt_System_Service_3");
+    il->addRow(CaptionLabel(833), version);
+    auto* package = NamedEdit("txt_System_Service_4");
+    il->addRow(CaptionLabel(834), package);
+    auto* timeZone = NamedEdit("txt_System_Service_5");
+    il->addRow(CaptionLabel(835), timeZone);
     auto* dstRow = new QHBoxLayout;
     auto* dst = new QCheckBox;
     dst->setObjectName("chkDST");
     Caption(dst, 836);
     dst->setEnabled(false);
     dstRow->addWidget(dst);
-    dstRow->addWidget(markedLabel(837));
-    auto* dstIndex = edit("txt_System_Service_6");
+    dstRow->addWidget(CaptionLabel(837));
+    auto* dstIndex = NamedEdit("txt_System_Service_6");
     dstIndex->setMaximumWidth(60);
     dstRow->addWidget(dstIndex);
     dstRow->addStretch();
@@ -94,7 +82,7 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     QLineEdit* port[2];
     QPushButton* check[2];
     for (int i = 0; i < 2; ++i) {
-        port[i] = edit(i == 0 ? "Text1_0" : "Text1_1");
+        port[i] = NamedEdit(i == 0 ? "Text1_0" : "Text1_1");
         port[i]->setMaximumWidth(110);
         check[i] = new QPushButton;
         check[i]->setObjectName(QString("lbSystem_PortCheck_%1").arg(i));
@@ -104,7 +92,7 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
         row->addWidget(port[i]);
         row->addWidget(check[i]);
         row->addStretch();
-        pl->addRow(markedLabel(i == 0 ? 839 : 840), row);
+        pl->addRow(CaptionLabel(i == 0 ? 839 : 840), row);
     }
     left->addWidget(ports);
 
@@ -136,8 +124,8 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     QLineEdit* txtDDNS[3];
     const int ddnsLabels[3] = {832, 849, 11};
     for (int i = 0; i < 3; ++i) {
-        txtDDNS[i] = edit(i == 0 ? "txtDDNS_0" : i == 1 ? "txtDDNS_1" : "txtDDNS_2");
-        dl->addRow(markedLabel(ddnsLabels[i]), txtDDNS[i]);
+        txtDDNS[i] = NamedEdit(i == 0 ? "txtDDNS_0" : i == 1 ? "txtDDNS_1" : "txtDDNS_2");
+        dl->addRow(CaptionLabel(ddnsLabels[i]), txtDDNS[i]);
     }
     txtDDNS[2]->setEchoMode(QLineEdit::Password);
     auto* test = new QPushButton;
@@ -158,7 +146,7 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     auto* sl = new QFormLayout(status);
     auto* cpu = new QLabel;
     cpu->setObjectName("lbCPUUsage");
-    sl->addRow(markedLabel(845), cpu);
+    sl->addRow(CaptionLabel(845), cpu);
     auto* http = new QLabel;
     http->setObjectName("lbHTTPState");
     sl->addRow(http);

@@ -11,10 +11,12 @@
 
 #include "admin/server_page.h"
 #include "app/server_list.h"
+#include "ui/channel_tour.h"
 #include "ui/client_app.h"
 #include "ui/config_window.h"
 #include "ui/login_form.h"
 #include "ui/server_list_dialog.h"
+#include "ui/user_tour.h"
 
 namespace kv::ui {
 namespace {
@@ -151,6 +153,10 @@ void Tour::buildSteps() {
         }
         return true;
     }});
+    for (TourStep& s : UserTourSteps(client_, [this](QWidget* w, const QString& n) { grab(w, n); }))
+        steps_.push_back({std::move(s.run), s.timeoutMs});
+    AddChannelTourSteps(client_, [this](QWidget* w, const QString& n) { grab(w, n); },
+                        [this](std::function<bool()> run, int ms) { steps_.push_back({std::move(run), ms}); });
     // An edit waiting to be saved, then the exit question about it.
     steps_.push_back({[this] {
         client_.shell()->lbMenu_Click(app::menu::kServer);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "app/controls.h"
 #include "app/prompter.h"
 #include "base/lang.h"
 #include "base/text.h"
@@ -14,17 +15,6 @@
 #include "users/records.h"
 
 namespace kv::users {
-
-struct TextField {
-    std::string text;
-    bool enabled = true;
-};
-
-struct ComboBox {
-    std::vector<std::string> items;
-    int index = -1;  // -1: nothing selected
-    bool enabled = true;
-};
 
 /// A grid of texts; row 0 holds the column titles.
 using TextGrid = std::vector<std::vector<std::string>>;
@@ -66,8 +56,8 @@ public:
 
     // Page state.
     TextGrid gridUser;                 // ID, Name, Company, Phone No., Primary EMail, Second EMail, User Group
-    std::array<TextField, 8> txtUser;  // id (read only), name, password, confirmation, company, phone, mails
-    ComboBox cmbUserGroup;             // "name - [id]"
+    std::array<app::TextField, 8> txtUser;  // id (read only), name, password, confirmation, company, phone, mails
+    app::ComboBox cmbUserGroup;        // "name - [id]"
     std::vector<int16_t> cmbUserGroupID;  // the group id of each combo item
     std::array<bool, 4> imgUserbtn{};  // save, cancel, new, remove offered
     bool frameUserSetting = false;     // the field set is open
@@ -136,7 +126,7 @@ public:
 
     TextGrid gridUser;                       // ID, Name
     UserGroupList GridUserGroupTmp;          // id, name and the three lists of every group
-    std::array<TextField, 2> txtUserGroup;   // id (always disabled), name
+    std::array<app::TextField, 2> txtUserGroup;  // id (always disabled), name
     std::array<base::ChannelFlags, 3> chFlags{};  // live, PTZ, playback
     std::array<ChannelGrid, 3> gridCHList;   // gridCHList(0..2)
     bool gridsEnabled = false;

@@ -60,7 +60,7 @@ std::vector<std::string> UserTab::rowCells(const UserRecord& u) const {
 }
 
 void UserTab::closeFieldSet() {
-    for (TextField& f : txtUser) f = TextField{};
+    for (app::TextField& f : txtUser) f = app::TextField{};
     txtUser[0].enabled = false;
     cmbUserGroup.index = -1;
     cmbUserGroup.enabled = true;
@@ -95,7 +95,7 @@ void UserTab::AddUser() {
     RefillGroups();
     // The first account of a server is its administrator: a fixed name in the first group.
     const bool first = rows_.empty();
-    txtUser[1] = first ? TextField{"Admin", false} : TextField{"", true};
+    txtUser[1] = first ? app::TextField{"Admin", false} : app::TextField{"", true};
     // Other accounts start in no group, so that none gets rights nobody chose for it.
     cmbUserGroup.index = first && !cmbUserGroup.items.empty() ? 0 : -1;
     cmbUserGroup.enabled = !first;

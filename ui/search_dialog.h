@@ -1,0 +1,45 @@
+// FormSearch: the cameras the service finds on its network, less those already in use; a double
+// click hands a camera to the channel page.
+#pragma once
+
+#include <QDialog>
+#include <functional>
+
+#include "ui/binders.h"
+
+class QTimer;
+namespace kv::app {
+class Dispatcher;
+}
+namespace kv::base {
+class Language;
+}
+namespace kv::channels {
+class ChannelPage;
+class FormSearch;
+}  // namespace kv::channels
+
+namespace kv::ui {
+
+class SearchDialog : public QDialog {
+public:
+    SearchDialog(QWidget* parent, channels::FormSearch& model, channels::ChannelPage& page,
+                 app::Dispatcher& dispatcher, const base::Language& lang);
+    /// Sends the search and shows the dialog (window-modal, not blocking).
+    void start();
+    void refresh() { binder_.refresh(); }
+    /// A camera was taken over, or the dialog closed: the owner refreshes the forms.
+    std::function<void()> afterAction;
+
+private:
+    void poll();
+
+    channels::FormSearch& model_;
+    channels::ChannelPage& page_;
+    app::Dispatcher& dispatcher_;
+    Binder binder_;
+    QTimer* timer_ = nullptr;
+    int polls_ = 0;
+};
+
+}  // namespace kv::ui
