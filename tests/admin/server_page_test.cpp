@@ -63,25 +63,7 @@ TEST(ServerCodec, ReadersKeepTheirValuesOnBadAnswers) {
     EXPECT_EQ(s, -3);
 }
 
-TEST(ServerCodec, DDNSStatusTable) {
-    const std::map<int16_t, int32_t> table = {{-6, 429}, {-5, 665}, {-4, 666}, {-3, 305}, {-2, 673},
-                                              {-1, 198}, {1, 74},   {0, 0},     {2, 0},     {-7, 0}};
-    for (const auto& [status, id] : table) EXPECT_EQ(DDNSStatusTextId(status), id) << status;
-}
-
 namespace {
-
-class PageLink : public kv::test::NullLink {
-public:
-    std::vector<std::string> sent;
-    std::map<int32_t, std::string> replies;  // by command id; missing: RET 0
-    std::string SendCommand(int32_t, bool, const std::string& xml) override {
-        sent.push_back(xml);
-        const int32_t id = static_cast<int32_t>(std::stol(xml.substr(9)));
-        const auto it = replies.find(id);
-        return it != replies.end() ? it->second : "<RESPONSE RET=\"0\" ID=\"" + std::to_string(id) + "\"></RESPONSE>";
-    }
-};
 
 class PageHost : public ServerPageHost {
 public:
@@ -98,7 +80,7 @@ public:
 };
 
 struct ServerPage : ::testing::Test {
-    PageLink link;
+    kv::test::AnsweringLink link;
     app::Dispatcher dispatcher;
     kv::test::RecordingPrompter prompter;
     base::Language lang{std::filesystem::path(KV_SOURCE_SHARE) / "Lang"};
@@ -258,6 +240,8 @@ TEST_F(ServerPage, DDNSTestAndStateLine) {
     page->lbDDNS_Click();
     shell->Timer1000();
     EXPECT_EQ(prompter.boxes.back(), text(673)) << "-2 stands alone";
+    EXPECT_EQ(DDNSStatusTextId(0), 0);
+    EXPECT_EQ(DDNSStatusTextId(-7), 0) << "unknown states have no text";
     link.replies[40996] = "-2 time-out";
     page->lbDDNS_Click();
     EXPECT_EQ(prompter.boxes.back(), text(544));

@@ -15,11 +15,9 @@ using namespace kv::app;
 
 namespace {
 
-class FakeLink : public kv::test::NullLink {
+class FakeLink : public kv::test::AnsweringLink {
 public:
-    struct Sent { bool wait; std::string xml; };
-    std::vector<Sent> sent;
-    std::map<int32_t, std::string> replies;  // sync answers by command id; missing: "-1"
+    FakeLink() { refuseUnscripted = true; }
     int32_t loginHandle = 7;
     int logouts = 0;
     std::string lastUser, lastPass, lastTag, lastIp;
@@ -29,13 +27,6 @@ public:
                   const std::string& tag) override {
         lastIp = ip, lastPort = port, lastUser = user, lastPass = password, lastTag = tag;
         return loginHandle;
-    }
-    std::string SendCommand(int32_t, bool wait, const std::string& xml) override {
-        sent.push_back({wait, xml});
-        if (!wait) return "";
-        const int32_t id = static_cast<int32_t>(std::stol(xml.substr(9)));
-        const auto it = replies.find(id);
-        return it == replies.end() ? "-1" : it->second;
     }
     void Logout(int32_t) override { ++logouts; }
 };
@@ -90,8 +81,8 @@ struct Login : ::testing::Test {
     std::string text(int id) const { return lang.GetText(id); }
     std::vector<std::string> sentTexts(bool wait) const {
         std::vector<std::string> out;
-        for (const auto& s : link.sent)
-            if (s.wait == wait) out.push_back(s.xml);
+        for (size_t i = 0; i < link.sent.size(); ++i)
+            if (link.waited[i] == wait) out.push_back(link.sent[i]);
         return out;
     }
 };

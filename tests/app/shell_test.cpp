@@ -228,11 +228,6 @@ TEST_F(Shell, ExitSendsItsCommandsInOrderThenUnloads) {
                                 "S <CMD ID=\"36866\"><Param><QueryID>42</QueryID></Param></CMD>", kEnding, kSaved,
                                 kEnding, "Logout 5", "remove pictures", "unload forms"}));
     EXPECT_TRUE(prompter.boxes.empty()) << "nothing dirty: no question";
-}
-
-TEST_F(Shell, ExitWithoutChangesSendsOnlyTheEndings) {
-    EXPECT_TRUE(shell->ExitConfigSystem());
-    EXPECT_EQ(commands(), (Journal{kEnding, kEnding}));
     journal.clear();
     EXPECT_TRUE(shell->ExitConfigSystem());
     EXPECT_TRUE(journal.empty()) << "the way out is taken once";

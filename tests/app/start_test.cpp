@@ -43,19 +43,23 @@ struct Start {
     }
 };
 
-fs::path newHome(const TempDir& dir) {
-    const fs::path home = dir / "home";
+fs::path newHome(const TempDir& dir, const std::string& name = "home") {
+    const fs::path home = dir / name;
     std::string error;
     EXPECT_TRUE(PopulateHome(home, ShareFolders(), &error)) << error;
     return home;
 }
 
-}  // namespace
-
-TEST(Start, FirstStartMakesTheDatabasesAndTheLog) {
+/// A freshly populated home folder and one start over it.
+struct StartTest : ::testing::Test {
     TempDir dir;
     const fs::path home = newHome(dir);
     Start s;
+};
+
+}  // namespace
+
+TEST_F(StartTest, FirstStartMakesTheDatabasesAndTheLog) {
     s.run(home);
     EXPECT_FALSE(s.seq.bAppEnding);
     EXPECT_TRUE(s.boxes.boxes.empty());
@@ -75,9 +79,7 @@ TEST(Start, FirstStartMakesTheDatabasesAndTheLog) {
     EXPECT_TRUE(logged);
 }
 
-TEST(Start, SecondInstanceShowsOnlyTheMessage) {
-    TempDir dir;
-    const fs::path home = newHome(dir);
+TEST_F(StartTest, SecondInstanceShowsOnlyTheMessage) {
     InstanceLock first;
     ASSERT_TRUE(first.acquire(home));
     // A second process cannot take the lock while the first holds it.
@@ -96,9 +98,7 @@ TEST(Start, SecondInstanceShowsOnlyTheMessage) {
     EXPECT_EQ(s.boxes.boxes[0], "CW\xE3\x80\x80is already running!");
 }
 
-TEST(Start, ACrashedInstanceLeavesNoStuckLock) {
-    TempDir dir;
-    const fs::path home = newHome(dir);
+TEST_F(StartTest, ACrashedInstanceLeavesNoStuckLock) {
     const pid_t pid = ::fork();
     if (pid == 0) {
         InstanceLock held;
@@ -113,9 +113,7 @@ TEST(Start, ACrashedInstanceLeavesNoStuckLock) {
     EXPECT_TRUE(mine.acquire(home));
 }
 
-TEST(Start, MissingPristineMainDatabaseStopsWith512) {
-    TempDir dir;
-    const fs::path home = newHome(dir);
+TEST_F(StartTest, MissingPristineMainDatabaseStopsWith512) {
     fs::remove(home / "Database" / "Database.db.ins");
     Start s;
     s.run(home);
@@ -124,9 +122,7 @@ TEST(Start, MissingPristineMainDatabaseStopsWith512) {
     EXPECT_EQ(s.boxes.boxes[0], s.seq.lang.GetText(512));
 }
 
-TEST(Start, DamagedMainDatabaseGoesOnWithAnEmptyList) {
-    TempDir dir;
-    const fs::path home = newHome(dir);
+TEST_F(StartTest, DamagedMainDatabaseGoesOnWithAnEmptyList) {
     kv::test::writeFile(home / "Database" / "Database.db", "garbage that is not a database............................");
     Start s;
     s.run(home, "", nullptr);
@@ -136,9 +132,7 @@ TEST(Start, DamagedMainDatabaseGoesOnWithAnEmptyList) {
     EXPECT_EQ(s.seq.strService.size(), 1u);
 }
 
-TEST(Start, LanguageFolderWithoutFilesLeavesDashes) {
-    TempDir dir;
-    const fs::path home = newHome(dir);
+TEST_F(StartTest, LanguageFolderWithoutFilesLeavesDashes) {
     fs::remove_all(home / "Lang");
     fs::create_directories(home / "Lang");
     Start s;
@@ -148,10 +142,7 @@ TEST(Start, LanguageFolderWithoutFilesLeavesDashes) {
     EXPECT_EQ(s.seq.lang.GetText(12), "-");
 }
 
-TEST(Start, CommandLineMakesAOneRowTableAndAsksForTheLogin) {
-    TempDir dir;
-    const fs::path home = newHome(dir);
-    Start s;
+TEST_F(StartTest, CommandLineMakesAOneRowTableAndAsksForTheLogin) {
     s.run(home, "-IP:10.1.2.3 -PORT:9000 -USER:Admin -LANG:1");
     EXPECT_TRUE(s.seq.autoLogin);
     EXPECT_FALSE(s.seq.serverButtonVisible);
@@ -160,13 +151,11 @@ TEST(Start, CommandLineMakesAOneRowTableAndAsksForTheLogin) {
     EXPECT_EQ(s.seq.strService[0].ServicePort, 9000);
     EXPECT_EQ(s.seq.iLangLoaded, 1);
     Start empty;
-    empty.run(newHome(dir), "-IP: -USER:x");
+    empty.run(newHome(dir, "other"), "-IP: -USER:x");
     EXPECT_FALSE(empty.seq.autoLogin);
 }
 
-TEST(Start, StoppedLocalServiceShowsItsShutdownMark) {
-    TempDir dir;
-    const fs::path home = newHome(dir);
+TEST_F(StartTest, StoppedLocalServiceShowsItsShutdownMark) {
     ASSERT_TRUE(store::WriteLocalServiceSettings(home / "Database", 9877, 80, 1, "My NVR"));
     auto writeMark = [&](int32_t a0, int32_t a1) {
         std::string b(16, '\0');

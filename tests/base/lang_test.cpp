@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <set>
 
 #include "tests/base/test_util.h"
@@ -12,65 +11,36 @@ using namespace kv::base;
 using kv::test::TempDir;
 using kv::test::writeFile;
 
-namespace {
+using kv::test::ScopedEnv;
 
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const char* value) : name_(name) {
-        const char* old = std::getenv(name);
-        had_ = old;
-        if (old) old_ = old;
-        if (value) ::setenv(name, value, 1); else ::unsetenv(name);
-    }
-    ~ScopedEnv() { if (had_) ::setenv(name_, old_.c_str(), 1); else ::unsetenv(name_); }
-
-private:
-    const char* name_;
-    bool had_ = false;
-    std::string old_;
-};
-
-}  // namespace
-
-TEST(LanguageFile, ParsesTextsVerbatimWithEscapes) {
+TEST(LanguageFile, ParsesTextsVerbatimWithEscapesAndRejectsMalformedLines) {
     std::unordered_map<int32_t, std::string> t;
     ASSERT_TRUE(Language::parse("# comment\n"
                                 "46\tConnecting server \xE2\x80\xA6\n"
-                                "490\tThere is an empty field , Setting is cancel !\n"
                                 "700\t  two blanks before and after  \r\n"
                                 "701\tline\\nbreak \\\\ tab\\t\n"
                                 "\n",
                                 t));
     EXPECT_EQ(t[46], "Connecting server \xE2\x80\xA6");
-    EXPECT_EQ(t[490], "There is an empty field , Setting is cancel !");
     EXPECT_EQ(t[700], "  two blanks before and after  ");
     EXPECT_EQ(t[701], "line\nbreak \\ tab\t");
-}
-
-TEST(LanguageFile, RejectsMalformedLines) {
-    std::unordered_map<int32_t, std::string> t;
     std::string err;
     EXPECT_FALSE(Language::parse("12 no tab\n", t, &err));
     EXPECT_NE(err.find("line 1"), std::string::npos);
     EXPECT_FALSE(Language::parse("x\ttext\n", t));
 }
 
-TEST(Language, LookupWithoutLanguageAnswersDash) {
-    Language lang;
-    EXPECT_EQ(lang.GetText(12), "-");
-    EXPECT_FALSE(lang.GetFlag());
-    TempDir dir;
-    lang.setFolder(dir.path());
-    EXPECT_FALSE(lang.LoadLanguage("Lang_Nex_0002.lng")) << "missing file";
-    EXPECT_EQ(lang.GetText(12), "-");
-}
-
-TEST(Language, LoadCutsTheExtensionAndFailureDropsTheOldTexts) {
+TEST(Language, LoadCutsTheExtensionAndWithoutALanguageEveryTextIsADash) {
+    Language none;
+    EXPECT_EQ(none.GetText(12), "-");
+    EXPECT_FALSE(none.GetFlag());
     TempDir dir;
     writeFile(dir / "Lang_Nex_0001.lng", "12\tLogin\n");
     writeFile(dir / "Lang_Nex_0001.svg", "<svg/>");
     writeFile(dir / "Lang_Nex_0004.lng", "12\tbroken\nnot a line\n");
     Language lang(dir.path());
+    EXPECT_FALSE(lang.LoadLanguage("Lang_Nex_0002.lng")) << "missing file";
+    EXPECT_EQ(lang.GetText(12), "-");
     ASSERT_TRUE(lang.LoadLanguage("Lang_Nex_0001.dll")) << "any four-character suffix is cut";
     EXPECT_EQ(lang.GetText(12), "Login");
     EXPECT_EQ(lang.GetText(99999), "");
@@ -93,26 +63,6 @@ TEST(Language, ListsOnlyLanguageFiles) {
     EXPECT_EQ(LanguageFileName(4), "Lang_Nex_0004.lng");
     EXPECT_EQ(LanguageNumberOf("Lang_Nex_0012.dll"), 12);
     EXPECT_EQ(LanguageNumberOf("short"), -1);
-}
-
-TEST(Language, ShippedEnglishFileHasTheQuotedTexts) {
-    Language lang(std::filesystem::path(KV_SOURCE_SHARE) / "Lang");
-    ASSERT_TRUE(lang.LoadLanguage(LanguageFileName(1)));
-    struct Case { int32_t id; const char* text; };
-    const Case cases[] = {
-        {6, "Spanish"}, {8, "Server"}, {12, "Login"},
-        {46, "Connecting server \xE2\x80\xA6"},                          // the ellipsis character
-        {162, "is already running!"},
-        {322, "Settings not save yet, do you want to save?"},            // misspelling kept
-        {458, "Configuration saved successfully"},
-        {490, "There is an empty field , Setting is cancel !"},          // blank before the comma kept
-        {499, "This hard disk space has not more than 10GB , please select other disk !"},
-        {461, "Server is shutting down ,wait moment and connect again!"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(lang.GetText(c.id), c.text) << c.id;
-    for (int32_t id : {509, 510, 512, 513, 514, 515, 516, 531, 568, 569, 570, 669, 672})
-        EXPECT_FALSE(lang.GetText(id).empty()) << "id " << id << " needs a text";
-    EXPECT_TRUE(lang.GetFlag());
 }
 
 TEST(OsLanguage, FullMappingOfLocaleIds) {
@@ -191,6 +141,13 @@ TEST(Language, EveryShippedLanguageHasEveryEnglishId) {
         return ids;
     };
     const std::set<int32_t> english = idsOf(LanguageFileName(1));
+    Language lang(folder);
+    ASSERT_TRUE(lang.LoadLanguage(LanguageFileName(1)));
+    EXPECT_EQ(lang.GetText(46), "Connecting server \xE2\x80\xA6") << "the ellipsis character";
+    EXPECT_EQ(lang.GetText(322), "Settings not save yet, do you want to save?") << "misspelling kept";
+    // Other suites compare with these texts by id, so an id without a text would pass them unseen.
+    for (int32_t id : {509, 510, 512, 513, 514, 515, 516, 531, 568, 569, 570, 669, 672})
+        EXPECT_FALSE(lang.GetText(id).empty()) << "id " << id << " needs a text";
     const std::vector<std::string> files = Language(folder).listFiles();
     EXPECT_GE(files.size(), 2u);
     for (const std::string& file : files) {

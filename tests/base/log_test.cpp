@@ -9,7 +9,6 @@
 using kv::base::CivilTime;
 using kv::base::FileCheck;
 using kv::base::Log;
-using kv::base::LogRecord;
 using kv::test::readFile;
 
 namespace {
@@ -27,36 +26,20 @@ size_t countOf(const std::string& text, const std::string& what) {
 
 }  // namespace
 
-TEST(LogFormat, EntryFieldsStandAtColumns1_26_33_68) {
-    LogRecord r{kv::base::SecondsSince1970({2026, 11, 23, 5, 4, 3}), "ConfigWizard", " Start APP !", 0};
-    const std::string line = Log::FormatLine(r);
-    EXPECT_EQ(line.substr(0, 19), "2026/11/23 05:04:03");
-    EXPECT_EQ(line.substr(19, 6), std::string(6, ' '));
-    EXPECT_EQ(line.substr(25, 1), "0");
-    EXPECT_EQ(line.substr(32, 12), "ConfigWizard");
-    EXPECT_EQ(line.substr(67), " Start APP !");
+TEST(LogFormat, EntriesAndHeaderStandAtTheirColumnsAndTheFileIsNamedByTitleAndDay) {
+    const std::string line = Log::FormatLine({kv::base::SecondsSince1970({2026, 11, 23, 5, 4, 3}), "ConfigWizard", " Start APP !", 0});
+    EXPECT_EQ(line, "2026/11/23 05:04:03      0      ConfigWizard" + std::string(23, ' ') + " Start APP !");
+    EXPECT_EQ(Log::FormatLine({0, std::string(40, 'f'), "d", 0}).substr(32), std::string(40, 'f') + " d")
+        << "an overlong field is followed by one blank";
+    EXPECT_EQ(Log::HeaderLines(),
+              "===================   =======   ================================   " + std::string(80, '=') + "\n" +
+              "Time                  Level     Function                           Description\n" +
+              "-------------------   -------   --------------------------------   " + std::string(80, '-') + "\n");
+    EXPECT_EQ(Log("ConfigWizard").DayName(kv::base::SecondsSince1970({2026, 1, 2, 23, 0, 0})),
+              "LOG-ConfigWizard_20260102");
 }
 
-TEST(LogFormat, OverlongFieldIsFollowedByOneBlank) {
-    LogRecord r{0, std::string(40, 'f'), "d", 0};
-    EXPECT_EQ(Log::FormatLine(r).substr(32), std::string(40, 'f') + " d");
-}
-
-TEST(LogFormat, HeaderUsesColumns1_23_33_68) {
-    const std::string h = Log::HeaderLines();
-    const std::string expected =
-        "===================   =======   ================================   " + std::string(80, '=') + "\n" +
-        "Time                  Level     Function                           Description\n" +
-        "-------------------   -------   --------------------------------   " + std::string(80, '-') + "\n";
-    EXPECT_EQ(h, expected);
-}
-
-TEST(LogFile, NameIsTitleAndDay) {
-    Log log("ConfigWizard");
-    EXPECT_EQ(log.DayName(kv::base::SecondsSince1970({2026, 1, 2, 23, 0, 0})), "LOG-ConfigWizard_20260102");
-}
-
-TEST(LogFile, NewFolderGetsNoHeaderAndLaterOpeningsAppendOne) {
+TEST(LogFile, LevelRuleAndANewFolderGetsNoHeaderButLaterOpeningsAppendOne) {
     kv::test::ScopedTz tz("UTC");
     kv::test::TempDir home;
     const auto now = [] { return at(2026, 11, 23, 8, 0, 0); };
@@ -64,12 +47,16 @@ TEST(LogFile, NewFolderGetsNoHeaderAndLaterOpeningsAppendOne) {
         Log log("CW", now);
         log.InitLog(7, home.path());
         log.SetLog("CW", " Start APP !", 0);
+        log.SetLog("CW", "level three", 3);  // below the threshold of 7
+        log.SetLog("CW", "level nine", 9);
         log.DestoryLog();
     }
     const auto file = home / "Log/LOG-CW_20261123.txt";
     std::string text = readFile(file);
     EXPECT_EQ(countOf(text, "Description"), 0u) << "the first file of a new installation has no header";
-    EXPECT_EQ(countOf(text, " Start APP !"), 1u);
+    EXPECT_EQ(countOf(text, " Start APP !"), 1u) << "level zero is always written";
+    EXPECT_EQ(countOf(text, "level three"), 0u);
+    EXPECT_EQ(countOf(text, "level nine"), 1u);
     {
         Log log("CW", now);  // a second start on the same day
         log.InitLog(7, home.path());
@@ -79,22 +66,6 @@ TEST(LogFile, NewFolderGetsNoHeaderAndLaterOpeningsAppendOne) {
     EXPECT_EQ(countOf(text, "Description"), 1u);
     EXPECT_LT(text.find(" Start APP !"), text.find("Description"));
     EXPECT_LT(text.find("Description"), text.find(" Start login !"));
-}
-
-TEST(LogFile, LevelBelowThresholdIsDroppedButZeroAlwaysWritten) {
-    kv::test::ScopedTz tz("UTC");
-    kv::test::TempDir home;
-    Log log("CW", [] { return at(2026, 11, 23, 8, 0, 0); });
-    log.InitLog(7, home.path());
-    log.SetLog("CW", "level three", 3);
-    log.SetLog("CW", "level zero", 0);
-    log.SetLog("CW", "level seven", 7);
-    log.SetLog("CW", "level nine", 9);
-    const std::string text = readFile(home / "Log/LOG-CW_20261123.txt");
-    EXPECT_EQ(countOf(text, "level three"), 0u);
-    EXPECT_EQ(countOf(text, "level zero"), 1u);
-    EXPECT_EQ(countOf(text, "level seven"), 1u);
-    EXPECT_EQ(countOf(text, "level nine"), 1u);
 }
 
 TEST(LogFile, FirstLineAfterMidnightOpensTheNewDaysFile) {
@@ -126,7 +97,7 @@ TEST(LogFile, UnwritableFolderIsSilent) {
     none.SetLog("CW", "lost", 0);
 }
 
-TEST(LogFileCheck, CreatesMissingFoldersOnlyAndReportsIt) {
+TEST(LogFileCheck, CreatesMissingFoldersOnlyAndNeverADriveComponent) {
     kv::test::TempDir home;
     const std::string p = (home / "a/b/c/file").string();
     EXPECT_TRUE(FileCheck(p));
@@ -134,10 +105,6 @@ TEST(LogFileCheck, CreatesMissingFoldersOnlyAndReportsIt) {
     EXPECT_FALSE(std::filesystem::exists(home / "a/b/c/file"));
     EXPECT_FALSE(FileCheck(p)) << "nothing to create the second time";
     EXPECT_FALSE(FileCheck("name-only"));
-}
-
-TEST(LogFileCheck, DriveComponentIsNeverCreated) {
-    kv::test::TempDir home;
     const auto cwd = std::filesystem::current_path();
     std::filesystem::current_path(home.path());
     EXPECT_TRUE(FileCheck("C:\\Log\\x.txt"));

@@ -1,4 +1,4 @@
-// Helpers for tests: a scratch folder removed at the end, file reading, a fixed time zone.
+// Helpers for tests: a scratch folder removed at the end, file reading, scoped environment variables.
 #pragma once
 
 #include <cstdlib>
@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace kv::test {
 
@@ -37,29 +38,45 @@ inline std::string readFile(const std::filesystem::path& p) {
     return ss.str();
 }
 
+/// The lines of a text file, without their line ends.
+inline std::vector<std::string> readLines(const std::filesystem::path& p) {
+    std::istringstream in(readFile(p));
+    std::vector<std::string> out;
+    for (std::string line; std::getline(in, line);) out.push_back(line);
+    return out;
+}
+
 inline void writeFile(const std::filesystem::path& p, const std::string& content) {
     std::ofstream out(p, std::ios::binary);
     out << content;
 }
 
-/// Sets TZ for the scope and restores the previous value.
-class ScopedTz {
+/// Sets (or with nullptr unsets) an environment variable for the scope and restores it; a change of
+/// TZ takes effect at once.
+class ScopedEnv {
 public:
-    explicit ScopedTz(const char* tz) {
-        const char* old = std::getenv("TZ");
+    ScopedEnv(const char* name, const char* value) : name_(name) {
+        const char* old = std::getenv(name);
         had_ = old != nullptr;
         if (had_) old_ = old;
-        ::setenv("TZ", tz, 1);
+        if (value) ::setenv(name, value, 1); else ::unsetenv(name);
         ::tzset();
     }
-    ~ScopedTz() {
-        if (had_) ::setenv("TZ", old_.c_str(), 1); else ::unsetenv("TZ");
+    ~ScopedEnv() {
+        if (had_) ::setenv(name_.c_str(), old_.c_str(), 1); else ::unsetenv(name_.c_str());
         ::tzset();
     }
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
 
 private:
+    std::string name_;
     bool had_ = false;
     std::string old_;
+};
+
+struct ScopedTz : ScopedEnv {
+    explicit ScopedTz(const char* tz) : ScopedEnv("TZ", tz) {}
 };
 
 }  // namespace kv::test

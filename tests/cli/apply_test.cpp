@@ -14,20 +14,6 @@ using namespace kv;
 
 namespace {
 
-// Answers every command with RET 0 under its id, except the ids told to fail.
-class ScriptedLink : public test::NullLink {
-public:
-    std::vector<std::string> sent;
-    std::map<std::string, std::string> failing;  // command id -> answer
-    std::string SendCommand(int32_t, bool, const std::string& xml) override {
-        sent.push_back(xml);
-        const size_t b = xml.find('"') + 1;
-        const std::string id = xml.substr(b, xml.find('"', b) - b);
-        if (failing.count(id)) return failing[id];
-        return "<RESPONSE RET=\"0\" ID=\"" + id + "\"></RESPONSE>";
-    }
-};
-
 class ApplyTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -44,7 +30,7 @@ protected:
     }
 
     base::Language lang{std::filesystem::path(KV_SOURCE_SHARE) / "Lang"};
-    ScriptedLink link;
+    test::AnsweringLink link;
     app::Config config;
     std::ostringstream out, err;
 };
@@ -79,7 +65,7 @@ TEST_F(ApplyTest, ARefusalByTheServiceIsReportedAndLeavesTheTablesAsTheyWere) {
     const app::Config before = config;
     cli::Json doc = cli::DumpConfig(config);
     doc["strUser"][1]["Password"] = "new";
-    link.failing["32802"] = "<RESPONSE RET=\"-2\" ID=\"32802\"></RESPONSE>";
+    link.replies[32802] = "<RESPONSE RET=\"-2\" ID=\"32802\"></RESPONSE>";
     EXPECT_EQ(apply(doc), cli::kExitRefused);
     EXPECT_NE(err.str().find("strUser: the service refused the change: <RESPONSE RET=\"-2\""), std::string::npos)
         << err.str();
@@ -88,7 +74,7 @@ TEST_F(ApplyTest, ARefusalByTheServiceIsReportedAndLeavesTheTablesAsTheyWere) {
 
     // A refused group list stops the run before the accounts go out.
     link.sent.clear();
-    link.failing = {{"32804", "-1"}};
+    link.replies = {{32804, "-1"}};
     doc["strUserGroup"][1]["Name"] = "Watchers";
     EXPECT_EQ(apply(doc), cli::kExitRefused);
     ASSERT_EQ(link.sent.size(), 2u);
@@ -104,5 +90,47 @@ TEST_F(ApplyTest, ChannelsBeyondTheServersCountCannotBeGranted) {
     EXPECT_NE(err.str().find("channel 17 is beyond the server's channel count (16)"), std::string::npos) << err.str();
     doc["strUserGroup"][1]["Type0"] = " 2, 1";  // the same list written differently is no change
     EXPECT_EQ(apply(doc), 0) << err.str();
+    EXPECT_TRUE(link.sent.empty());
+}
+
+TEST_F(ApplyTest, ChangesThePageRulesRefuseSendNothing) {
+    const auto without = [](cli::Json& list, int id) {
+        cli::Json out = cli::Json::array();
+        for (const auto& r : list)
+            if (r["ID"] != id) out.push_back(r);
+        list = out;
+    };
+    const std::vector<std::pair<std::function<void(cli::Json&)>, std::string>> cases = {
+        {[&](auto& d) { without(d["strUserGroup"], 2); },
+         "The User Group has one or more user accounts, can't be removed!"},
+        {[](auto& d) { d["strUser"].push_back({{"Name", " VIEWER "}, {"GroupID", 2}}); }, "User name already exists!"},
+        {[&](auto& d) { without(d["strUser"], 1); }, "the first account cannot be removed"},
+        {[](auto& d) { d["strUser"][0]["GroupID"] = 2; }, "the first account keeps the first group"},
+        {[&](auto& d) { without(d["strUserGroup"], 1); }, "the admin group cannot be removed"},
+        {[](auto& d) { d["strUserGroup"][0]["Name"] = "Root"; }, "the admin group keeps its name"},
+        {[](auto& d) {
+             for (int i = 0; i < 6; ++i) d["strUserGroup"].push_back({{"Name", "G" + std::to_string(i)}});
+         },
+         "seven groups at most"},
+    };
+    const app::Config before = config;
+    for (const auto& [edit, message] : cases) {
+        cli::Json doc = cli::DumpConfig(config);
+        edit(doc);
+        EXPECT_EQ(apply(doc), cli::kExitRefused) << message;
+        EXPECT_NE(err.str().find(message), std::string::npos) << err.str();
+        EXPECT_TRUE(out.str().empty()) << out.str();
+    }
+    EXPECT_TRUE(link.sent.empty());
+    EXPECT_EQ(config.strUser, before.strUser);
+    EXPECT_EQ(config.strUserGroup, before.strUserGroup);
+}
+
+TEST_F(ApplyTest, BadValuesEndTheRunAndUnknownSectionsOnlyWarn) {
+    EXPECT_EQ(apply(cli::Json::parse(R"({"strUserGroup": [{"ID": 1, "Type0": "1,x"}]})")), cli::kExitBadDocument);
+    EXPECT_NE(err.str().find("strUserGroup[0].Type0: \"1,x\" is not a list of channels"), std::string::npos)
+        << err.str();
+    EXPECT_EQ(apply(cli::Json::parse(R"({"strFuture": [], "Later": 1})")), 0) << err.str();
+    EXPECT_NE(err.str().find("warning: section strFuture is not known"), std::string::npos) << err.str();
     EXPECT_TRUE(link.sent.empty());
 }

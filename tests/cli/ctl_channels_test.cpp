@@ -24,13 +24,8 @@ kv::test::ProcessResult ctl(int port, std::vector<std::string> extra = {"dump"})
 // The commands of the run, without the load and the reads of the channel status and presets.
 std::vector<std::string> changes(const std::filesystem::path& traffic) {
     std::vector<std::string> out;
-    const std::string text = kv::test::readFile(traffic);
     const auto load = kv::test::ExpectedLoginCommands(true);
-    size_t pos = 0;
-    while (pos < text.size()) {
-        const size_t end = text.find('\n', pos);
-        const std::string line = text.substr(pos, end - pos);
-        pos = end + 1;
+    for (const std::string& line : kv::test::readLines(traffic)) {
         const bool read = std::find(load.begin(), load.end(), line) != load.end() ||
                           line == "<CMD ID=\"24578\" />" || line.rfind("<CMD ID=\"4101\" >", 0) == 0;
         if (!read) out.push_back(line);

@@ -1,12 +1,7 @@
 // TcpLink against LinkServer over real loopback sockets, plus raw peers that misbehave on either side.
-#include <algorithm>
 #include <array>
-#include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <map>
-#include <mutex>
-#include <thread>
 
 #include <asio.hpp>
 #include <gtest/gtest.h>
@@ -16,6 +11,7 @@
 #include "link/link_server.h"
 #include "link/tcp_link.h"
 #include "tests/base/test_util.h"
+#include "tests/support/link_doubles.h"
 
 namespace kv::link {
 namespace {
@@ -24,102 +20,8 @@ using namespace std::chrono_literals;
 using asio::ip::tcp;
 using Clock = std::chrono::steady_clock;
 
-/// The owner's queue: the test thread drains it. Remembers whether each function was posted by the owner.
-class QueueExecutor : public Executor {
-public:
-    void post(std::function<void()> fn) override {
-        std::lock_guard lock(mu_);
-        queue_.push_back({std::move(fn), std::this_thread::get_id() == owner_});
-        cv_.notify_all();
-    }
-
-    /// Runs queued functions until `done` holds or the time is up.
-    bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 3000ms) {
-        auto deadline = Clock::now() + limit;
-        for (;;) {
-            drain();
-            if (done()) return true;
-            std::unique_lock lock(mu_);
-            if (!cv_.wait_until(lock, deadline, [this] { return !queue_.empty(); })) break;
-        }
-        drain();
-        return done();
-    }
-
-    void runFor(std::chrono::milliseconds time) {
-        runUntil([] { return false; }, time);
-    }
-
-    bool runningFromOwner() const { return runningFromOwner_; }
-
-private:
-    struct Item {
-        std::function<void()> fn;
-        bool fromOwner;
-    };
-    void drain() {
-        for (;;) {
-            Item item;
-            {
-                std::lock_guard lock(mu_);
-                if (queue_.empty()) return;
-                item = std::move(queue_.front());
-                queue_.pop_front();
-            }
-            runningFromOwner_ = item.fromOwner;
-            item.fn();
-        }
-    }
-
-    std::thread::id owner_ = std::this_thread::get_id();
-    std::mutex mu_;
-    std::condition_variable cv_;
-    std::deque<Item> queue_;
-    bool runningFromOwner_ = false;
-};
-
-/// Writes each event as one line of text; `held` tells whether the link handed it over itself after a wait.
-class RecordingEvents : public LinkEvents {
-public:
-    explicit RecordingEvents(const QueueExecutor& executor) : executor_(executor) {}
-
-    void OnResponse(int32_t, const std::string& xml) override { add("response " + xml); }
-    void OnNotifyServiceStatus(int32_t, int32_t status) override {
-        statuses.push_back(status);
-        add("status " + std::to_string(status));
-    }
-    void OnGetMapPic(int32_t, int32_t groupID, int32_t result, const std::string& path) override {
-        add("map " + std::to_string(groupID) + " " + std::to_string(result) + " " + path);
-    }
-    void OnBackupDatabaseStatus(int32_t reserved, int32_t status) override {
-        add("db " + std::to_string(reserved) + " " + std::to_string(status));
-    }
-    void OnBackupToAVIStatus(int32_t id, int32_t status) override {
-        add("avi " + std::to_string(id) + " " + std::to_string(status));
-    }
-    void OnNotify(int32_t, const std::string& xml) override { add("notify " + xml); }
-    void OnSearchResult(const std::string& xml) override { add("search " + xml); }
-    void OnReceiveStatus(int32_t, int32_t value) override { add("receive " + std::to_string(value)); }
-
-    bool has(const std::string& line) const { return std::find(lines.begin(), lines.end(), line) != lines.end(); }
-    bool hasStatus(int32_t s) const { return std::find(statuses.begin(), statuses.end(), s) != statuses.end(); }
-    void clear() {
-        lines.clear();
-        held.clear();
-        statuses.clear();
-    }
-
-    std::vector<std::string> lines;
-    std::vector<bool> held;
-    std::vector<int32_t> statuses;
-
-private:
-    void add(std::string line) {
-        lines.push_back(std::move(line));
-        held.push_back(executor_.runningFromOwner());
-    }
-    const QueueExecutor& executor_;
-};
+using test::QueueExecutor;
+using test::RecordingEvents;
 
 /// A service whose answers the tests script. Called on the server's I/O thread.
 class ScriptedHandler : public ServerHandler {
@@ -345,46 +247,34 @@ protected:
     std::unique_ptr<TcpLink> link_;
 };
 
-TEST_F(LinkE2E, loginReportsConnectingAuthorizingLoggedInOrAuthFailure) {
+TEST_F(LinkE2E, loginStatusesEndWithTheFinalWordAndNothingAfter) {
     struct Case {
         const char* user;
         const char* password;
+        std::optional<int32_t> admit;
         std::vector<int32_t> statuses;
     };
     const Case cases[] = {
-        {"admin", "secret", {8, 16, 9}},
-        {"admin", "Secret", {8, 16, -10}},   // wrong password
-        {"nobody", "secret", {8, 16, -10}},  // unknown user: same answer, no hint that the user is unknown
+        {"admin", "secret", 0, {8, 16, 9}},
+        {"admin", "Secret", 0, {8, 16, -10}},   // wrong password
+        {"nobody", "secret", 0, {8, 16, -10}},  // unknown user: same answer, no hint that the user is unknown
+        {"admin", "secret", status::kRemoteRejected, {8, status::kRemoteRejected}},
+        {"admin", "secret", status::kRemoteUnsupported, {8, status::kRemoteUnsupported}},
+        {"admin", "secret", status::kShuttingDown, {8, status::kShuttingDown}},
+        // A silent admission, longer than the server's handshake limit: kept, not timed out.
+        {"admin", "secret", std::nullopt, {8}},
     };
     for (const auto& c : cases) {
+        {
+            std::lock_guard lock(handler_.mu);
+            handler_.admit = c.admit;
+        }
         events_.clear();
         ASSERT_GT(login(c.user, c.password), 0);
         executor_.runUntil([&] { return events_.statuses.size() >= c.statuses.size(); });
-        executor_.runFor(50ms);  // a final status is the last word: no -1 may follow it
+        executor_.runFor(c.admit ? 50ms : 400ms);  // a final status is the last word: no -1 may follow it
         EXPECT_EQ(events_.statuses, c.statuses) << c.user << "/" << c.password;
     }
-}
-
-TEST_F(LinkE2E, admissionRefusalsEndWithTheirCodeAndNothingAfter) {
-    for (int32_t code : {status::kRemoteRejected, status::kRemoteUnsupported, status::kShuttingDown}) {
-        {
-            std::lock_guard lock(handler_.mu);
-            handler_.admit = code;
-        }
-        events_.clear();
-        login();
-        executor_.runUntil([&] { return events_.statuses.size() >= 2; });
-        executor_.runFor(50ms);
-        EXPECT_EQ(events_.statuses, (std::vector<int32_t>{8, code}));
-    }
-}
-
-TEST_F(LinkE2E, silentAdmissionShowsOnlyConnecting) {
-    handler_.admit = std::nullopt;
-    login();
-    // Longer than the server's handshake limit: a silent peer is kept, not timed out.
-    executor_.runFor(400ms);
-    EXPECT_EQ(events_.statuses, std::vector<int32_t>{8});
 }
 
 TEST_F(LinkE2E, badLoginArgumentsAndRefusedConnection) {
@@ -430,24 +320,17 @@ TEST_F(LinkE2E, timeOutReturnsAFaultAndTheLateAnswerIsDropped) {
     EXPECT_EQ(link_->SendCommand(0, true, "ok"), "<RESPONSE RET=\"0\" ID=\"1\">ok</RESPONSE>");
 }
 
-TEST_F(LinkE2E, asynchronousSendsAnswerByOnResponseInOrder) {
+TEST_F(LinkE2E, asynchronousAnswersComeInOrderAndEventsDuringASynchronousSendAreHeld) {
     loginOk();
     EXPECT_EQ(link_->SendCommand(0, false, "a"), "");
     EXPECT_EQ(link_->SendCommand(0, false, "b"), "");
-    ASSERT_TRUE(executor_.runUntil([&] { return events_.lines.size() >= 2; }));
-    EXPECT_EQ(events_.lines, (std::vector<std::string>{"response <RESPONSE RET=\"0\" ID=\"1\">a</RESPONSE>",
-                                                       "response <RESPONSE RET=\"0\" ID=\"1\">b</RESPONSE>"}));
-}
-
-TEST_F(LinkE2E, eventsArrivingDuringASynchronousSendAreHeldUntilItReturns) {
-    loginOk();
-    link_->SendCommand(0, false, "a");
     // The service raises two notifications while it handles the command, before its answer.
     EXPECT_EQ(link_->SendCommand(0, true, "NOTIFY-FIRST"), "<RESPONSE RET=\"0\" ID=\"1\">NOTIFY-FIRST</RESPONSE>");
-    ASSERT_TRUE(executor_.runUntil([&] { return events_.lines.size() >= 3; }));
+    ASSERT_TRUE(executor_.runUntil([&] { return events_.lines.size() >= 4; }));
     ASSERT_EQ(events_.lines, (std::vector<std::string>{"response <RESPONSE RET=\"0\" ID=\"1\">a</RESPONSE>",
+                                                       "response <RESPONSE RET=\"0\" ID=\"1\">b</RESPONSE>",
                                                        "notify <NOTIFY>n1</NOTIFY>", "notify <NOTIFY>n2</NOTIFY>"}));
-    EXPECT_TRUE(events_.held[1] && events_.held[2]) << "the notifications came during the wait and were held";
+    EXPECT_TRUE(events_.held[2] && events_.held[3]) << "the notifications came during the wait and were held";
 }
 
 TEST_F(LinkE2E, serverStopEndsAWaitingSendPromptlyAndReportsTheLossOnce) {

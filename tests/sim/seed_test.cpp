@@ -81,50 +81,39 @@ const std::pair<int, const char*> kLoginReads[] = {
 
 }  // namespace
 
-TEST(Seed, EveryDocumentOfBothSeedsParsesAsAReply) {
-    for (const auto& docs : {demoDocuments(), emptyDocuments()}) {
-        std::set<std::string> keys;
+TEST(Seed, BothSeedsParseAsRepliesAndAnswerEveryLoginRead) {
+    const auto empty = asMap(emptyDocuments());
+    for (const auto& docs : {demo(), empty}) {
         for (const auto& [key, body] : docs) {
-            EXPECT_TRUE(keys.insert(key).second) << "duplicate key " << key;
             Reply reply(key, body);
             EXPECT_TRUE(reply.ok) << key;
             EXPECT_TRUE(reply.r.first_child()) << key << " has an empty body";
         }
+        for (const auto& [id, param] : kLoginReads) EXPECT_TRUE(docs.count(readKey(id, param))) << id << " " << param;
     }
-}
-
-TEST(Seed, BothSeedsAnswerEveryLoginRead) {
-    const auto empty = asMap(emptyDocuments());
-    for (const auto& [id, param] : kLoginReads) {
-        const std::string key = readKey(id, param);
-        EXPECT_TRUE(demo().count(key)) << id << " " << param;
-        EXPECT_TRUE(empty.count(key)) << id << " " << param;
-    }
+    EXPECT_EQ(demoDocuments().size(), demo().size()) << "no key twice";
+    EXPECT_EQ(emptyDocuments().size(), empty.size());
     EXPECT_EQ(readKey(4098, "<Type>0</Type>"), "4098.0");
     EXPECT_EQ(readKey(32833, "<ID>2</ID>"), "32833.2");
     EXPECT_EQ(readKey(32790, ""), "4100") << "the pushed server information is the same document";
     EXPECT_EQ(readKey(32775, ""), "") << "a write reads nothing";
-}
-
-TEST(Seed, EmptySeedHoldsNothingButStillHasTheServerVersion) {
-    const auto empty = asMap(emptyDocuments());
+    // The empty seed holds nothing but the server information.
     EXPECT_EQ(empty.at("32801"), "<UserList></UserList>");
     EXPECT_EQ(empty.at("24582"), "<CHList></CHList>");
-    for (const char* key : {"4098.1", "4098.0"}) {
-        Reply map(key, empty.at(key));
-        EXPECT_FALSE(map.r.child("NodeList").first_child()) << key;
-    }
-    Reply info("4100", empty.at("4100"));
-    EXPECT_STREQ(info.r.child_value("Version"), "1.3.1");
+    for (const char* key : {"4098.1", "4098.0"})
+        EXPECT_FALSE(Reply(key, empty.at(key)).r.child("NodeList").first_child()) << key;
+    EXPECT_STREQ(Reply("4100", empty.at("4100")).r.child_value("Version"), "1.3.1");
 }
 
 TEST(Seed, DemoChannelsAreVariedAndReadTheWayTheClientReadsThem) {
     Reply reply("24582", demo().at("24582"));
     std::set<int> brands, formats;
+    std::set<std::string> names;
     int configured = 0;
     bool alternatives = false, ptz = false, io = false, lens = false;
     for (const auto& ch : reply.r.child("CHList").children()) {
         ++configured;
+        names.insert(kv::base::XMLFilter(ch.child_value("Name"), false));
         // IP first, so that on a reload nothing is laid over before the saved record comes back.
         EXPECT_STREQ(ch.first_child().name(), "IP");
         EXPECT_GE(num(ch.first_attribute()), 1);
@@ -149,14 +138,7 @@ TEST(Seed, DemoChannelsAreVariedAndReadTheWayTheClientReadsThem) {
     EXPECT_TRUE(brands.count(3) && brands.count(20));
     EXPECT_EQ(formats.size(), 3u);
     EXPECT_TRUE(alternatives && ptz && io && lens);
-}
-
-TEST(Seed, ChannelNameWithMarkupSurvivesTheClientsReading) {
-    Reply reply("24582", demo().at("24582"));
-    std::set<std::string> names;
-    for (const auto& ch : reply.r.child("CHList").children())
-        names.insert(kv::base::XMLFilter(ch.child_value("Name"), false));
-    EXPECT_TRUE(names.count("Door <A> & \"B\""));
+    EXPECT_TRUE(names.count("Door <A> & \"B\"")) << "a name with markup survives the client's reading";
     EXPECT_NE(demo().at("24582").find("Door &lt;A> &amp; &quot;B&quot;"), std::string::npos);
 }
 
@@ -181,22 +163,15 @@ TEST(Seed, DemoAccountsLetTheAdministratorIn) {
     Reply info("4100", demo().at("4100"));
     EXPECT_STREQ(info.r.child_value("Version"), "1.3.1");
     EXPECT_STRNE(info.r.child_value("PackageVersion"), "");
-}
 
-TEST(Seed, GroupOfAUserComesFromTheStoredUserList) {
-    const std::string& list = demo().at("32801");
-    struct Case { const char* name; int group; };
-    const Case cases[] = {
-        {"admin", 1}, {"viewer", 2},
-        {" ADMIN", 1},    // names compare as the client compares them
-        {"nobody", -1},
+    // The group of a user, as the login asks it: names compare as the client compares them.
+    const auto groupOf = [](const std::string& list, const char* name) {
+        return num(Reply("4109", groupReplyBody(list, name)).r.child("GroupID"));
     };
-    for (const Case& c : cases) {
-        Reply reply("4109", groupReplyBody(list, c.name));
-        EXPECT_EQ(num(reply.r.child("GroupID")), c.group) << c.name;
-    }
-    Reply none("4109", groupReplyBody("<UserList></UserList>", "admin"));
-    EXPECT_EQ(num(none.r.child("GroupID")), -1);
+    EXPECT_EQ(groupOf(demo().at("32801"), " ADMIN"), 1);
+    EXPECT_EQ(groupOf(demo().at("32801"), "viewer"), 2);
+    EXPECT_EQ(groupOf(demo().at("32801"), "nobody"), -1);
+    EXPECT_EQ(groupOf("<UserList></UserList>", "admin"), -1);
 }
 
 TEST(Seed, DemoReferencesPointAtThingsThatExist) {

@@ -36,6 +36,13 @@ ServiceRecord server(const std::string& ip, const std::string& name, int port = 
     return r;
 }
 
+/// A home with the pristine copies and the live main database made from them.
+struct LiveDatabase : ::testing::Test {
+    TempDir home;
+    const fs::path db = installPristine(home);
+    void SetUp() override { ASSERT_EQ(Check_Mdb(db, "Database"), 1); }
+};
+
 }  // namespace
 
 TEST(CheckMdb, RestoresMissingLiveFilesFromThePristineCopy) {
@@ -55,10 +62,7 @@ TEST(CheckMdb, RestoresMissingLiveFilesFromThePristineCopy) {
     EXPECT_EQ(s->sLastServerIP, "");
 }
 
-TEST(CheckMdb, MissingPristineCopyFailsEvenWithAGoodLiveFile) {
-    TempDir home;
-    const fs::path db = installPristine(home);
-    ASSERT_EQ(Check_Mdb(db, "Database"), 1);
+TEST_F(LiveDatabase, MissingPristineCopyFailsEvenWithAGoodLiveFile) {
     fs::remove(db / "Database.db.ins");
     EXPECT_EQ(Check_Mdb(db, "Database"), -1);
     EXPECT_EQ(Check_Mdb(home / "nowhere", "Database"), -1);
@@ -82,10 +86,7 @@ TEST(LocalDatabase, DamagedFilesFailToOpenWithAMessage) {
     EXPECT_EQ(Check_Mdb(db, "Database"), 1) << "a present file is not inspected";
 }
 
-TEST(LocalDatabase, SettingsWriteOnlyTheirFields) {
-    TempDir home;
-    const fs::path db = installPristine(home);
-    Check_Mdb(db, "Database");
+TEST_F(LiveDatabase, SettingsWriteOnlyTheirFields) {
     LocalDatabase local(db / "Database.db");
     SystemSettings s = *local.ReadSystemSettings();
     s.sLastUser = "admin";
@@ -105,10 +106,7 @@ TEST(LocalDatabase, SettingsWriteOnlyTheirFields) {
     EXPECT_EQ(back.iLastServerPort, 9000);
 }
 
-TEST(ServerTable, RewriteDropsLocalRowsAndNumbersFromZero) {
-    TempDir home;
-    const fs::path db = installPristine(home);
-    Check_Mdb(db, "Database");
+TEST_F(LiveDatabase, ServerTableRewriteDropsLocalRowsAndNumbersFromZero) {
     LocalDatabase local(db / "Database.db");
     ServiceRecord localRow = server("127.0.0.1", "Local Server");
     localRow.bLocalService = true;
@@ -139,10 +137,7 @@ TEST(ServerTable, RewriteDropsLocalRowsAndNumbersFromZero) {
     EXPECT_EQ(withoutLocal.size(), 3u);
 }
 
-TEST(ServerTable, KilledWriterLeavesTheOldListOrTheNew) {
-    TempDir home;
-    const fs::path db = installPristine(home);
-    Check_Mdb(db, "Database");
+TEST_F(LiveDatabase, KilledServerTableWriterLeavesTheOldListOrTheNew) {
     std::vector<ServiceRecord> a, b;
     for (int i = 0; i < 300; ++i) a.push_back(server("10.0.1." + std::to_string(i), "A"));
     for (int i = 0; i < 500; ++i) b.push_back(server("10.0.2." + std::to_string(i), "B"));

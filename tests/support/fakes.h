@@ -1,6 +1,7 @@
 // Doubles for tests of the core: a link that does nothing unless told, and a prompter that records.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,24 @@ public:
     std::string FilterTest(const std::string&, const std::string&) override { return ""; }
     void SearchServers(int32_t, int32_t) override {}
     void setSendTimeout(int32_t) override {}
+};
+
+/// Records every command sent and answers the synchronous ones by command id; an id without a
+/// scripted reply gets RET 0 under its id, or "-1" when `refuseUnscripted`.
+class AnsweringLink : public NullLink {
+public:
+    std::vector<std::string> sent;
+    std::vector<bool> waited;  // per sent command: whether the caller waited for the answer
+    std::map<int32_t, std::string> replies;
+    bool refuseUnscripted = false;
+    std::string SendCommand(int32_t, bool wait, const std::string& xml) override {
+        sent.push_back(xml);
+        waited.push_back(wait);
+        if (!wait) return "";
+        const int32_t id = static_cast<int32_t>(std::stol(xml.substr(9)));
+        if (const auto it = replies.find(id); it != replies.end()) return it->second;
+        return refuseUnscripted ? "-1" : "<RESPONSE RET=\"0\" ID=\"" + std::to_string(id) + "\"></RESPONSE>";
+    }
 };
 
 /// Records the status lines and the boxes with their titles; answers every box with `answer`.

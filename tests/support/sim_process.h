@@ -22,10 +22,10 @@ namespace kv::test {
 
 class SimProcess {
 public:
-    /// Starts the program with `--port 0 --port-file ... --data ...` and the extra arguments;
-    /// waits up to 10 s for the port. `ok()` tells whether it came up.
+    /// Starts the program with `--port 0 --port-file ... --data ...` and the extra arguments, its
+    /// output going to `out`; waits up to 10 s for the port. `ok()` tells whether it came up.
     SimProcess(const std::string& program, const std::filesystem::path& dataDir,
-               const std::vector<std::string>& extra = {}) {
+               const std::vector<std::string>& extra = {}, const std::filesystem::path& out = "/dev/null") {
         portFile_ = dataDir.string() + ".port";
         std::error_code ec;
         std::filesystem::remove(portFile_, ec);
@@ -36,7 +36,7 @@ public:
         argv.push_back(nullptr);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         if (::posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
         posix_spawn_file_actions_destroy(&actions);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
