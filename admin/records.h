@@ -38,4 +38,11 @@ struct ServiceStatus {
     int16_t HTTPState = 0;
 };
 
+/// The server page's tables in the session.
+struct AdminTables {
+    ServerInfo serverInfo;
+    DDNSSetting ddns;
+    ServiceStatus serviceStatus;
+};
+
 }  // namespace kv::admin

@@ -51,7 +51,7 @@ int32_t DDNSStatusTextId(int16_t status) {
     }
 }
 
-ServerPageModel::ServerPageModel(app::ShellModel& shell, link::ServiceLink& link, app::Dispatcher& dispatcher,
+ServerPageModel::ServerPageModel(app::ShellPort& shell, link::ServiceLink& link, app::Dispatcher& dispatcher,
                                  ServerInfo& info, DDNSSetting& ddns, ServiceStatus& status, app::Prompter& prompter,
                                  const base::Language& lang, ServerPageHost& host, int32_t maxChannel)
     : shell_(shell), link_(link), dispatcher_(dispatcher), info_(info), ddns_(ddns), status_(status),
@@ -59,22 +59,25 @@ ServerPageModel::ServerPageModel(app::ShellModel& shell, link::ServiceLink& link
     shell_.registerPage(app::menu::kServer, [this] { OpenSystemFrame(); });
     shell_.registerSave(app::area::kServer, [this] { return cmd_System_Click(0); });
     shell_.addMarkHandler([this] { onMarks(); });
-    dispatcher_.registerParser(app::cmd::kCheckPort, [this](const pugi::xml_document& r) {
-        if (Load_PortChecking_XML(r, portCheck)) bPortCheckDone = true;
-    });
-    dispatcher_.registerParser(app::cmd::kCheckDdns, [this](const pugi::xml_document& r) {
-        if (Load_DDNSCheck(r, DDNSCheckStatus)) bDDNSCheckDone = true;
-    });
-    dispatcher_.registerParser(app::cmd::kGetDdnsStatus, [this](const pugi::xml_document& r) {
-        if (Load_DDNSStatus_XML(r, DDNSStatus)) proPrintDDNSStatus();
-    });
     fillFields();
     fillOverview();
 }
 
+void ServerPageModel::portCheckArrived(const pugi::xml_document& reply) {
+    if (Load_PortChecking_XML(reply, portCheck)) bPortCheckDone = true;
+}
+
+void ServerPageModel::ddnsCheckArrived(const pugi::xml_document& reply) {
+    if (Load_DDNSCheck(reply, DDNSCheckStatus)) bDDNSCheckDone = true;
+}
+
+void ServerPageModel::ddnsStatusArrived(const pugi::xml_document& reply) {
+    if (Load_DDNSStatus_XML(reply, DDNSStatus)) proPrintDDNSStatus();
+}
+
 std::string ServerPageModel::text(int32_t id) const { return lang_.GetText(id); }
 
-bool ServerPageModel::dirty() const { return shell_.bDirty[app::area::kServer]; }
+bool ServerPageModel::dirty() const { return shell_.isDirty(app::area::kServer); }
 
 ServerPageModel::OverviewRow ServerPageModel::overviewHeadings() const {
     return {text(63), text(328), text(135), text(139), text(140), text(137)};
@@ -123,13 +126,13 @@ void ServerPageModel::fillOverview() {
 }
 
 void ServerPageModel::OpenSystemFrame() {
-    shell_.bFillingPage = true;
+    shell_.fillingPage(true);
     // Edits that wait to be saved stay on the page when it is shown again.
     if (!dirty()) fillFields();
     else languageItems = host_.languages();
     fillOverview();
     showServiceStatus();
-    shell_.bFillingPage = false;
+    shell_.fillingPage(false);
 }
 
 void ServerPageModel::changed() {
@@ -181,14 +184,14 @@ bool ServerPageModel::SetDDNS(const DDNSSetting& ddns) {
 }
 
 bool ServerPageModel::cmd_System_Click(int32_t index) {
-    const std::string& title = shell_.session().appTitle;
+    const std::string& title = shell_.appTitle();
     try {
         if (index == 1) {
             // The language button: the client's language changes now, without a save.
             if (languageIndex < 0 || languageIndex >= static_cast<int32_t>(languageItems.size())) return false;
             const int number = languageItems[static_cast<size_t>(languageIndex)].number;
             host_.applyLanguage(number);
-            if (number != startLanguage_) shell_.bLanguageChanged = true;
+            if (number != startLanguage_) shell_.languageChanged();
             return true;
         }
         if (index != 0 || !dirty()) return true;
@@ -248,7 +251,7 @@ bool ServerPageModel::sendAndRoute(const std::string& command) {
 }
 
 void ServerPageModel::lbDDNS_Click() {
-    const std::string& title = shell_.session().appTitle;
+    const std::string& title = shell_.appTitle();
     if (base::Trim(txtDDNS[0]).empty()) {
         prompter_.box(app::BoxKind::Notice, text(295), title);
         return;
@@ -264,7 +267,7 @@ void ServerPageModel::lbDDNS_Click() {
 
 void ServerPageModel::lbSystem_PortCheck_Click(int32_t index) {
     if (index < 0 || index > 1) return;
-    const std::string& title = shell_.session().appTitle;
+    const std::string& title = shell_.appTitle();
     const std::string typed = base::Trim(Text1[static_cast<size_t>(index)]);
     if (typed.empty()) {
         prompter_.box(app::BoxKind::Notice, text(543), title);
@@ -283,7 +286,7 @@ void ServerPageModel::proDDNSCheckReturn() {
     const int32_t id = DDNSStatusTextId(DDNSCheckStatus);
     if (id == 0) return;
     const std::string message = DDNSCheckStatus == -2 ? text(id) : text(117) + " : " + text(id);
-    prompter_.box(app::BoxKind::Notice, message, shell_.session().appTitle);
+    prompter_.box(app::BoxKind::Notice, message, shell_.appTitle());
 }
 
 void ServerPageModel::proPrintDDNSStatus() {
@@ -293,7 +296,7 @@ void ServerPageModel::proPrintDDNSStatus() {
 }
 
 void ServerPageModel::proPortCheckReturn() {
-    const std::string& title = shell_.session().appTitle;
+    const std::string& title = shell_.appTitle();
     if (portCheck.Available == 0) prompter_.box(app::BoxKind::Notice, text(527), title);
     else if (portCheck.Available == 1) prompter_.box(app::BoxKind::Notice, text(528), title);
 }

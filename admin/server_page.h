@@ -13,9 +13,12 @@
 #include "admin/records.h"
 #include "app/prompter.h"
 
+namespace pugi {
+class xml_document;
+}
 namespace kv::app {
 class Dispatcher;
-class ShellModel;
+class ShellPort;
 }  // namespace kv::app
 namespace kv::base {
 class Language;
@@ -64,9 +67,8 @@ public:
     static constexpr int kOverviewVisibleRows = 21;
     using OverviewRow = std::array<std::string, kOverviewColumns>;
 
-    /// Registers the page with the shell (menu entry 0, save area 0, its marks) and the readers
-    /// of its answers with the dispatcher.
-    ServerPageModel(app::ShellModel& shell, link::ServiceLink& link, app::Dispatcher& dispatcher, ServerInfo& info,
+    /// Registers the page with the shell (menu entry 0, save area 0, its marks).
+    ServerPageModel(app::ShellPort& shell, link::ServiceLink& link, app::Dispatcher& dispatcher, ServerInfo& info,
                     DDNSSetting& ddns, ServiceStatus& status, app::Prompter& prompter, const base::Language& lang,
                     ServerPageHost& host, int32_t maxChannel = 64);
 
@@ -123,6 +125,10 @@ public:
     void showServiceStatus();
     /// The shell's timer: consumes the marks of this page.
     void onMarks();
+    /// The answers of the port check, the DDNS test and the DDNS status.
+    void portCheckArrived(const pugi::xml_document& reply);
+    void ddnsCheckArrived(const pugi::xml_document& reply);
+    void ddnsStatusArrived(const pugi::xml_document& reply);
 
     bool SaveSystem(const ServerInfo& info);
     bool SetDDNS(const DDNSSetting& ddns);
@@ -135,7 +141,7 @@ private:
     /// A synchronous send whose answer goes through the dispatcher like any answer.
     bool sendAndRoute(const std::string& command);
 
-    app::ShellModel& shell_;
+    app::ShellPort& shell_;
     link::ServiceLink& link_;
     app::Dispatcher& dispatcher_;
     ServerInfo& info_;

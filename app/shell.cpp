@@ -12,11 +12,6 @@
 
 namespace kv::app {
 
-int64_t SystemClock::nowSeconds() const {
-    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 ShellModel::ShellModel(link::ServiceLink& link, Dispatcher& dispatcher, Prompter& prompter,
                        const base::Language& lang, base::Log& log, const Clock& clock, ShellHost& host,
                        ShellSession session)

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/clock.h"
 #include "app/cmdline.h"
 #include "app/dispatcher.h"
 #include "app/prompter.h"
@@ -24,18 +25,6 @@ class ServiceLink;
 }
 
 namespace kv::app {
-
-/// Seconds since 1970/1/1; the tests give a clock they move by hand.
-class Clock {
-public:
-    virtual ~Clock() = default;
-    virtual int64_t nowSeconds() const = 0;
-};
-
-class SystemClock final : public Clock {
-public:
-    int64_t nowSeconds() const override;
-};
 
 inline constexpr size_t kMenuCount = 13;
 inline constexpr size_t kDirtyCount = 18;
@@ -130,7 +119,9 @@ struct ShellSession {
     std::string appTitle;
 };
 
-class ShellModel {
+/// What a subject may do with the shell: its menu entry, its save areas and marks, its dirty
+/// state, and the few shell-wide facts a page reads or raises. Subjects see the shell only so.
+class ShellPort {
 public:
     using OpenAction = std::function<void()>;
     /// Runs an area's save button procedure (its checks included); true on success.
@@ -138,14 +129,46 @@ public:
     /// Consumes the marks of one page at each tick.
     using MarkHandler = std::function<void()>;
 
+    virtual ~ShellPort() = default;
+    /// Enables the menu entry with its opening action.
+    virtual void registerPage(int32_t menuIndex, OpenAction open) = 0;
+    /// Joins the save pipeline with an area's procedure.
+    virtual void registerSave(size_t areaIndex, SaveProcedure save) = 0;
+    virtual void addMarkHandler(MarkHandler handler) = 0;
+    virtual void setDirty(size_t areaIndex, bool dirty) = 0;
+    virtual bool isDirty(size_t areaIndex) const = 0;
+    /// Step 5 of the save pipeline: flag cleared, button turned back, configuration changed.
+    virtual void saveSucceeded(size_t areaIndex) = 0;
+    /// A save reached the service (bConfigChanged): the exit tells the service so.
+    virtual void configChanged() = 0;
+    /// A page fills its controls from data: the save buttons keep their pictures meanwhile.
+    virtual void fillingPage(bool filling) = 0;
+    /// The client's language was switched in this session (one notice at exit).
+    virtual void languageChanged() = 0;
+    /// formMessageBox's password mode: true when the text typed is the logged-in user's password.
+    virtual bool PasswordCheck(const std::string& text) = 0;
+    virtual const std::string& appTitle() const = 0;
+    /// The menu entry shown, -1 before the first.
+    virtual int32_t currentMenu() const = 0;
+};
+
+class ShellModel final : public ShellPort {
+public:
     ShellModel(link::ServiceLink& link, Dispatcher& dispatcher, Prompter& prompter, const base::Language& lang,
                base::Log& log, const Clock& clock, ShellHost& host, ShellSession session);
 
-    // Registration: a subject enables its menu entry by registering the entry's opening action,
-    // and joins the save pipeline by registering its areas.
-    void registerPage(int32_t menuIndex, OpenAction open);
-    void registerSave(size_t areaIndex, SaveProcedure save);
-    void addMarkHandler(MarkHandler handler);
+    void registerPage(int32_t menuIndex, OpenAction open) override;
+    void registerSave(size_t areaIndex, SaveProcedure save) override;
+    void addMarkHandler(MarkHandler handler) override;
+    void setDirty(size_t areaIndex, bool dirty) override;
+    bool isDirty(size_t areaIndex) const override { return areaIndex < kDirtyCount && bDirty[areaIndex]; }
+    void saveSucceeded(size_t areaIndex) override;
+    void configChanged() override { bConfigChanged = true; }
+    void fillingPage(bool filling) override { bFillingPage = filling; }
+    void languageChanged() override { bLanguageChanged = true; }
+    bool PasswordCheck(const std::string& text) override;
+    const std::string& appTitle() const override { return session_.appTitle; }
+    int32_t currentMenu() const override { return iCurMenu; }
 
     std::array<MenuEntry, kMenuCount> lbMenu;
     int32_t iCurMenu = -1;
@@ -182,16 +205,11 @@ public:
     /// After the login: the entry the command line names, else the first page.
     void activateFirstPage(int32_t frame);
 
-    void setDirty(size_t areaIndex, bool dirty);
     /// The save button's picture follows the area's flag, except while a page is being filled.
     void ShowSaveBtn(size_t areaIndex);
-    /// Step 5 of the save pipeline: flag cleared, button turned back, configuration changed.
-    void saveSucceeded(size_t areaIndex);
     bool anyDirty() const;
     /// The page of the entry waits for its data.
     bool pageLoading(int32_t index) const;
-    /// formMessageBox's password mode: true when the text typed is the logged-in user's password.
-    bool PasswordCheck(const std::string& text);
 
     /// TopWindows: the window stays on top.
     bool onTop() const { return session_.cmdLine.bCmdOnTop; }

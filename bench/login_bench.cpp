@@ -9,7 +9,7 @@
 #include <thread>
 #include <memory>
 
-#include "app/session.h"
+#include "session/session.h"
 #include "base/lang.h"
 #include "base/log.h"
 #include "link/tcp_link.h"
@@ -85,7 +85,7 @@ struct StatusEvents : link::LinkEvents {
 };
 
 // Logs in with a bare link up to status 9; false when it did not get there.
-bool handshake(link::TcpLink& tcp, app::QueueExecutor& executor, StatusEvents& events, int port) {
+bool handshake(link::TcpLink& tcp, session::QueueExecutor& executor, StatusEvents& events, int port) {
     tcp.setEvents(&events);
     tcp.Login("127.0.0.1", port, "admin", "admin", "bench");
     for (int i = 0; i < 400 && events.last != 9; ++i) executor.drain(5);
@@ -98,7 +98,7 @@ public:
     app::Answer box(app::BoxKind, const std::string&, const std::string&) override { return app::Answer::Ok; }
 };
 
-class Host : public app::LoginHost {
+class Host : public session::LoginHost {
 public:
     bool entered = false, ended = false;
     void enterConfiguration(int32_t) override { entered = true; }
@@ -126,13 +126,13 @@ World& world() {
 // One login with the whole initial load; false when it did not complete.
 bool loginOnce(std::vector<std::string>* replies) {
     World& w = world();
-    app::QueueExecutor executor;
+    session::QueueExecutor executor;
     link::TcpLink tcp(executor);
     RecordingLink link(tcp);
     Quiet prompter;
     Host host;
     base::Log log("bench");
-    app::Session session(link, prompter, w.lang, log, host, "bench");
+    session::Session session(link, prompter, w.lang, log, host, "bench");
     auto& login = session.login;
     login.cmdLine.bCmdLogin = true;
     login.cmdLine.sCmdIP = "127.0.0.1";
@@ -146,7 +146,7 @@ bool loginOnce(std::vector<std::string>* replies) {
     while (std::chrono::steady_clock::now() < deadline && !host.ended) {
         executor.drain(5);
         if (host.entered && atEntry == 0) atEntry = session.responsesRouted() + 1;
-        if (host.entered && session.responsesRouted() + 1 - atEntry >= app::Session::kInitialAsyncReads) {
+        if (host.entered && session.responsesRouted() + 1 - atEntry >= session::Session::kInitialAsyncReads) {
             if (replies) *replies = link.replies;
             session.dispatcher.bAppEnding = true;
             link.Logout(login.hLogin);
@@ -175,7 +175,7 @@ BENCHMARK(BM_LoginAndInitialLoad)->Unit(benchmark::kMillisecond)->UseRealTime();
 // The synchronous steps of the session start (6 reads) as empty round trips.
 void BM_FloorEmptyRoundTrips(benchmark::State& state) {
     World& w = world();
-    app::QueueExecutor executor;
+    session::QueueExecutor executor;
     link::TcpLink tcp(executor);
     StatusEvents events;
     if (!handshake(tcp, executor, events, w.sim->port())) {
@@ -192,7 +192,7 @@ BENCHMARK(BM_FloorEmptyRoundTrips)->Unit(benchmark::kMillisecond)->UseRealTime()
 void BM_HandshakeOnly(benchmark::State& state) {
     World& w = world();
     for (auto _ : state) {
-        app::QueueExecutor executor;
+        session::QueueExecutor executor;
         link::TcpLink tcp(executor);
         StatusEvents events;
         if (!handshake(tcp, executor, events, w.sim->port())) state.SkipWithError("login failed");

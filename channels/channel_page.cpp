@@ -8,7 +8,6 @@
 #include "base/lang.h"
 #include "base/text.h"
 #include "channels/codec.h"
-#include "channels/removal.h"
 #include "channels/save.h"
 
 namespace kv::channels {
@@ -34,10 +33,10 @@ int32_t DetectResultTextId(int32_t result) {
     }
 }
 
-ChannelPage::ChannelPage(app::Config& config, link::ServiceLink& link, app::Prompter& prompter,
+ChannelPage::ChannelPage(ChannelTables& tables, link::ServiceLink& link, app::Prompter& prompter,
                          const base::Language& lang, const app::Clock& clock, ChannelPageHost& host, std::string title)
-    : video(MyCH, config.strCH, lang),
-      config_(config),
+    : video(MyCH, tables.strCH, lang),
+      tables_(tables),
       link_(link),
       prompter_(prompter),
       lang_(lang),
@@ -48,13 +47,13 @@ ChannelPage::ChannelPage(app::Config& config, link::ServiceLink& link, app::Prom
     updateButtons();
 }
 
-int32_t ChannelPage::channelCount() const { return std::clamp<int32_t>(config_.iMaxChannel, 0, kChannelSlots); }
+int32_t ChannelPage::channelCount() const { return std::clamp<int32_t>(tables_.iMaxChannel, 0, kChannelSlots); }
 
 std::array<ChannelGridRow, 8> ChannelPage::channelGrid() const {
-    return ShowChannelToGrid(config_.strCH, channelCount(), iSelCH);
+    return ShowChannelToGrid(tables_.strCH, channelCount(), iSelCH);
 }
 
-std::vector<ChannelGridRow> ChannelPage::statusGrid() const { return DisplayChStatus(config_.strCH, channelCount()); }
+std::vector<ChannelGridRow> ChannelPage::statusGrid() const { return DisplayChStatus(tables_.strCH, channelCount()); }
 
 int32_t ChannelPage::gridCHListColour(int32_t slot) const {
     if (slot < 0 || slot >= kChannelSlots) return kCellUnselected;
@@ -66,7 +65,7 @@ void ChannelPage::OpenChannelFrame() {
     // Unsaved work stays on the page; otherwise the first configured channel is shown.
     if (bDirty_) return;
     for (int32_t ch = 1; ch <= channelCount(); ++ch) {
-        if (config_.strCH[static_cast<size_t>(ch - 1)].configured()) {
+        if (tables_.strCH[static_cast<size_t>(ch - 1)].configured()) {
             SelectChannel(ch);
             return;
         }
@@ -76,7 +75,7 @@ void ChannelPage::OpenChannelFrame() {
 void ChannelPage::RefreshList() {
     Grid_SearchResult.assign(static_cast<size_t>(channelCount()), {});
     for (size_t i = 0; i < Grid_SearchResult.size(); ++i) {
-        const ChannelRecord& r = config_.strCH[i];
+        const ChannelRecord& r = tables_.strCH[i];
         auto& row = Grid_SearchResult[i];
         row[0] = std::to_string(i + 1);
         if (!r.configured()) continue;
@@ -97,7 +96,7 @@ bool ChannelPage::SelectChannel(int32_t ch) {
         setDirty(false);
     }
     iSelCH = ch;
-    const ChannelRecord& stored = config_.strCH[slot()];
+    const ChannelRecord& stored = tables_.strCH[slot()];
     MyCH = stored.configured() ? stored : CleanMyCH(static_cast<int>(slot()));
     fillFields();
     frameNetwork = Framedevice = true;
@@ -240,14 +239,14 @@ bool ChannelPage::save() {
     ChannelRecord r = MyCH;
     if (!SetToSetCH(r)) return false;
     MyCH = r;
-    config_.strCH[slot()] = MyCH;
+    tables_.strCH[slot()] = MyCH;
     if (!SaveChannel_Setting(link_, MyCH, &lastAnswer)) {
         showMessage(text::kSaveFailed);
         return false;
     }
     MyCH.SaveFlag = false;
     MyCH.ChannelEdited = false;
-    config_.strCH[slot()] = MyCH;
+    tables_.strCH[slot()] = MyCH;
     CleanChannelField();
     RefreshList();
     tabChannel = 0;
@@ -256,7 +255,7 @@ bool ChannelPage::save() {
         return false;
     }
     setDirty(false);
-    bReload = true;
+    host_.channelsChanged();
     return true;
 }
 
@@ -274,18 +273,13 @@ bool ChannelPage::remove() {
         return false;
     }
     CleanChannelField();
-    config_.strCH[static_cast<size_t>(ch - 1)] = ChannelRecord{};
-    RemoveRelationalSettingForRemoveChannel(config_, ch);
-    host_.analyticsChannelRemoved(ch);
-    host_.eventActionsChannelRemoved(ch);
-    host_.eventScheduleChannelRemoved(ch);
-    host_.emapChannelRemoved(ch);
-    host_.recordingChannelRemoved(ch);
-    host_.backupChannelRemoved(ch);
+    tables_.strCH[static_cast<size_t>(ch - 1)] = ChannelRecord{};
+    // The other subjects let go of the channel and save what they pruned.
+    host_.channelRemoved(ch);
     RefreshList();
     tabChannel = 0;
     setDirty(false);
-    bReload = true;
+    host_.channelsChanged();
     return true;
 }
 
@@ -359,7 +353,7 @@ bool ChannelPage::SetToSetCH(ChannelRecord& r) {
         return false;
     }
     // A format the camera cannot send beside a second stream ends the recording's dual stream.
-    if (r.FMT != config_.strCH[slot()].FMT && !HasDualStreamFormat(r.SupportFMT) && host_.dualModeOf(iSelCH) == 1) {
+    if (r.FMT != tables_.strCH[slot()].FMT && !HasDualStreamFormat(r.SupportFMT) && host_.dualModeOf(iSelCH) == 1) {
         host_.switchDualModeOff(iSelCH);
         showMessage(text::kDualModeOff);
     }
@@ -372,7 +366,7 @@ void ChannelPage::CleanChannelField() {
     if (iSelCH >= 1 && slot() < Grid_SearchResult.size()) {
         auto& row = Grid_SearchResult[slot()];
         row[0] = std::to_string(iSelCH);
-        if (config_.strCH[slot()].ChannelEdited)
+        if (tables_.strCH[slot()].ChannelEdited)
             for (size_t c = 1; c < row.size(); ++c) row[c] = std::string(1, '-');
     }
     iSelCH = 0;
@@ -400,7 +394,7 @@ bool ChannelPage::TakeSearchedCamera(const SearchCamRecord& cam) {
     if (iSelCH == 0) {
         int32_t free = 0;
         for (int32_t ch = 1; ch <= channelCount() && free == 0; ++ch)
-            if (!config_.strCH[static_cast<size_t>(ch - 1)].configured()) free = ch;
+            if (!tables_.strCH[static_cast<size_t>(ch - 1)].configured()) free = ch;
         if (free == 0 || !SelectChannel(free)) {
             showMessage(text::kSelectChannel);
             return false;
@@ -430,7 +424,7 @@ void ChannelPage::setDirty(bool dirty) {
 void ChannelPage::updateButtons() {
     const bool selected = iSelCH > 0 && !busy;
     cmdComit[kCommitSave] = selected && bDirty_;
-    cmdComit[kCommitRemove] = selected && config_.strCH[slot()].configured();
+    cmdComit[kCommitRemove] = selected && tables_.strCH[slot()].configured();
     cmdComit[kCommitCancel] = selected;
     cmdComit[kCommitPreview] = selected;
     cmdDetect = selected;

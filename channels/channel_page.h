@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "app/config.h"
+#include "channels/records.h"
 #include "app/controls.h"
 #include "app/prompter.h"
 #include "channels/grids.h"
@@ -58,24 +58,15 @@ public:
     /// (-164 for none), which the page shows by `DeviceErrorText`.
     virtual int32_t openPreview(const ChannelRecord& /*record*/, const std::string& /*command*/) { return -164; }
 
-    // After a removal, with the tables already pruned, in this order.
-    /// The analytics page lets go of the channel when it shows it, redraws and switches its buttons off.
-    virtual void analyticsChannelRemoved(int32_t /*ch*/) {}
-    /// The event action page refreshes its combos and saves (imgEventActionbtn).
-    virtual void eventActionsChannelRemoved(int32_t /*ch*/) {}
-    /// The event schedule page saves (imgEventSCDLbtn).
-    virtual void eventScheduleChannelRemoved(int32_t /*ch*/) {}
-    /// The map page redraws its tree and icons and saves (imgEMapbtn).
-    virtual void emapChannelRemoved(int32_t /*ch*/) {}
-    /// The recording page refreshes, moves on when it shows the channel, and saves (imgRecsetbtn).
-    virtual void recordingChannelRemoved(int32_t /*ch*/) {}
-    /// The backup page draws its channel grids again.
-    virtual void backupChannelRemoved(int32_t /*ch*/) {}
+    /// A removed channel: every subject lets go of it, in the removal's order.
+    virtual void channelRemoved(int32_t /*ch*/) {}
+    /// A commit or a removal reached the service: the channel list is read again.
+    virtual void channelsChanged() {}
 };
 
 class ChannelPage {
 public:
-    ChannelPage(app::Config& config, link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang,
+    ChannelPage(ChannelTables& tables, link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang,
                 const app::Clock& clock, ChannelPageHost& host, std::string title);
 
     // Page state.
@@ -95,7 +86,6 @@ public:
     bool cmdLensMode = false;  // the lens frame's button, brand 20 only
     int tabChannel = 0;
     bool busy = false;    // a detection runs
-    bool bReload = false; // the channel list changed: the shell reads the channels again
     // The address and port of the last detection, and whether the last one repeated them.
     std::string sLastDetectIP;
     int32_t iLastDetectPort = 0;
@@ -178,7 +168,7 @@ private:
     void showText(const std::string& text);
     size_t slot() const { return static_cast<size_t>(iSelCH - 1); }
 
-    app::Config& config_;
+    ChannelTables& tables_;
     link::ServiceLink& link_;
     app::Prompter& prompter_;
     const base::Language& lang_;

@@ -41,9 +41,9 @@ bool txtPreset_KeyPress(char c) {
     return c != '<' && c != '>' && c != '&' && c != '"' && c != '\'';
 }
 
-PtzPanel::PtzPanel(app::Config& config, link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang,
+PtzPanel::PtzPanel(ChannelTables& tables, link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang,
                    std::string title)
-    : config_(config), link_(link), prompter_(prompter), lang_(lang), title_(std::move(title)) {
+    : tables_(tables), link_(link), prompter_(prompter), lang_(lang), title_(std::move(title)) {
     for (const char* t : {"0", "1", "2", "3"}) cmbLensSource.add(t);
     cmbLensSource.index = 0;
 }
@@ -56,15 +56,15 @@ int32_t PtzPanel::channel() const {
 
 const ChannelRecord* PtzPanel::record() const {
     const int32_t ch = channel();
-    return ch >= 1 && ch <= kChannelSlots ? &config_.strCH[static_cast<size_t>(ch - 1)] : nullptr;
+    return ch >= 1 && ch <= kChannelSlots ? &tables_.strCH[static_cast<size_t>(ch - 1)] : nullptr;
 }
 
 void PtzPanel::Refresh() {
     const std::string shown = cmdPtesetCH.text();
     cmdPtesetCH.clear();
-    const int32_t count = std::clamp<int32_t>(config_.iMaxChannel, 0, kChannelSlots);
+    const int32_t count = std::clamp<int32_t>(tables_.iMaxChannel, 0, kChannelSlots);
     for (int32_t ch = 1; ch <= count; ++ch) {
-        const ChannelRecord& r = config_.strCH[static_cast<size_t>(ch - 1)];
+        const ChannelRecord& r = tables_.strCH[static_cast<size_t>(ch - 1)];
         if (r.configured() && r.PTZEnable) cmdPtesetCH.add(r.Name + " [" + std::to_string(ch) + "]");
     }
     cmdPtesetCH.select(shown);
@@ -86,7 +86,7 @@ bool PtzPanel::cmdPtesetCH_Click(int item) {
     cmbPtzSpeed.index = 0;
     cmbPtzSpeed.enabled = r->SpeedLower != r->SpeedUpper;
 
-    Load_Preset_XML(send(Get_Preset_XML(kPtzUserData, ch)), config_.strPreset);
+    Load_Preset_XML(send(Get_Preset_XML(kPtzUserData, ch)), tables_.strPreset);
     selectedPreset = -1;
     txtPreset.text.clear();
     metToGridPresetList();
@@ -149,20 +149,20 @@ int32_t PtzPanel::speed() const {
 }
 
 bool PtzPanel::full() const {
-    return !NoPresets(config_.strPreset) && config_.strPreset.size() >= kPresetLimit;
+    return !NoPresets(tables_.strPreset) && tables_.strPreset.size() >= kPresetLimit;
 }
 
 int16_t PtzPanel::freePresetId() const {
     for (int16_t id = 1;; ++id) {
-        const bool used = std::any_of(config_.strPreset.begin(), config_.strPreset.end(),
+        const bool used = std::any_of(tables_.strPreset.begin(), tables_.strPreset.end(),
                                       [id](const PresetRecord& p) { return p.ID == id; });
         if (!used) return id;
     }
 }
 
 bool PtzPanel::nameUsed(const std::string& name, int except) const {
-    for (size_t i = 0; i < config_.strPreset.size(); ++i)
-        if (static_cast<int>(i) != except && config_.strPreset[i].ID >= 0 && config_.strPreset[i].Name == name)
+    for (size_t i = 0; i < tables_.strPreset.size(); ++i)
+        if (static_cast<int>(i) != except && tables_.strPreset[i].ID >= 0 && tables_.strPreset[i].Name == name)
             return true;
     return false;
 }
@@ -171,7 +171,7 @@ bool PtzPanel::cmdPreset_Click(int index) {
     const int32_t ch = channel();
     const ChannelRecord* r = record();
     if (ch <= 0 || !r) return false;
-    PresetList& list = config_.strPreset;
+    PresetList& list = tables_.strPreset;
     const bool selected = selectedPreset >= 0 && static_cast<size_t>(selectedPreset) < list.size() &&
                           list[static_cast<size_t>(selectedPreset)].ID >= 0;
     switch (index) {
@@ -246,10 +246,10 @@ bool PtzPanel::cmdPreset_Click(int index) {
 bool PtzPanel::img_Preset_Btn_Click(int index) {
     const int32_t ch = channel();
     if (ch <= 0) return false;
-    const int n = static_cast<int>(config_.strPreset.size());
+    const int n = static_cast<int>(tables_.strPreset.size());
     switch (index) {
         case kPresetSave:
-            if (!SavePresetList_Setting(link_, ch, config_.strPreset, &lastAnswer)) {
+            if (!SavePresetList_Setting(link_, ch, tables_.strPreset, &lastAnswer)) {
                 showMessage(kSaveFailed);
                 return false;
             }
@@ -260,7 +260,7 @@ bool PtzPanel::img_Preset_Btn_Click(int index) {
             --selectedPreset;
             return ChangePresetArr(selectedPreset + 1, selectedPreset);
         case kPresetDown:
-            if (selectedPreset < 0 || selectedPreset + 1 >= n || NoPresets(config_.strPreset)) return false;
+            if (selectedPreset < 0 || selectedPreset + 1 >= n || NoPresets(tables_.strPreset)) return false;
             ++selectedPreset;
             return ChangePresetArr(selectedPreset - 1, selectedPreset);
         default: return false;
@@ -270,7 +270,7 @@ bool PtzPanel::img_Preset_Btn_Click(int index) {
 bool PtzPanel::gridPresetList_Click(int row) {
     if (row < 0 || static_cast<size_t>(row) >= gridPresetList.size()) return false;
     selectedPreset = row;
-    txtPreset.text = config_.strPreset[static_cast<size_t>(row)].Name;
+    txtPreset.text = tables_.strPreset[static_cast<size_t>(row)].Name;
     return true;
 }
 
@@ -281,7 +281,7 @@ bool PtzPanel::txtPreset_Change(const std::string& value) {
 }
 
 bool PtzPanel::PresetADD(int index) {
-    PresetList& list = config_.strPreset;
+    PresetList& list = tables_.strPreset;
     if (index < 0 || static_cast<size_t>(index) >= list.size() || list[static_cast<size_t>(index)].ID < 0) return false;
     PresetList kept;
     for (size_t i = 0; i < list.size(); ++i)
@@ -296,7 +296,7 @@ bool PtzPanel::PresetADD(int index) {
 }
 
 bool PtzPanel::ChangePresetArr(int a, int b) {
-    PresetList& list = config_.strPreset;
+    PresetList& list = tables_.strPreset;
     const int n = static_cast<int>(list.size());
     if (a < 0 || b < 0 || a >= n || b >= n) return false;
     std::swap(list[static_cast<size_t>(a)], list[static_cast<size_t>(b)]);
@@ -307,14 +307,11 @@ bool PtzPanel::ChangePresetArr(int a, int b) {
 
 void PtzPanel::metToGridPresetList() {
     gridPresetList.clear();
-    for (const PresetRecord& p : config_.strPreset)
+    for (const PresetRecord& p : tables_.strPreset)
         if (p.ID >= 0) gridPresetList.push_back({std::to_string(p.ID), p.Name});
 }
 
-void PtzPanel::changed() {
-    setDirty(true);
-    bReload = true;
-}
+void PtzPanel::changed() { setDirty(true); }
 
 void PtzPanel::setDirty(bool dirty) {
     const bool was = bDirty_;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "app/config.h"
+#include "channels/records.h"
 #include "app/controls.h"
 #include "app/prompter.h"
 #include "link/service_link.h"
@@ -48,7 +48,7 @@ bool txtPreset_KeyPress(char c);
 
 class PtzPanel {
 public:
-    PtzPanel(app::Config& config, link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang,
+    PtzPanel(ChannelTables& tables, link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang,
              std::string title);
 
     app::ComboBox cmdPtesetCH;    // "name [ch]" for each configured channel with PTZ
@@ -60,7 +60,6 @@ public:
     int selectedPreset = -1;  // index into strPreset
     app::TextField txtPreset;
     bool bPresetFull = false;
-    bool bReload = false;
     std::string fisheyeMode;  // the mode the camera reported, for a channel in quad mode
     int fisheyePanes = 0;     // 4 while the camera shows quad panes
     /// The preset area's dirty flag (slot 10) changed.
@@ -111,7 +110,7 @@ private:
     std::string send(const std::string& command, bool wait = true);
     void showMessage(int32_t textId);
 
-    app::Config& config_;
+    ChannelTables& tables_;
     link::ServiceLink& link_;
     app::Prompter& prompter_;
     const base::Language& lang_;

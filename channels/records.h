@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -131,5 +132,16 @@ struct SearchCamRecord {
 };
 /// Entry 0 is blank before a search.
 using SearchCamList = std::vector<SearchCamRecord>;
+
+/// The channel subject's tables in the session.
+struct ChannelTables {
+    int32_t iMaxChannel = 64;  // the server's channel count
+    ChannelTable strCH{};
+    /// The presets of the channel the PTZ panel shows.
+    PresetList strPreset = EmptyPresetList();
+    SearchCamList strSearchCam = SearchCamList(1);
+    /// The preset lists of every PTZ channel, by channel: the command-line client reads them all.
+    std::map<int32_t, PresetList> presetLists;
+};
 
 }  // namespace kv::channels

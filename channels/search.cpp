@@ -7,9 +7,9 @@
 
 namespace kv::channels {
 
-FormSearch::FormSearch(const app::Config& config, app::Dispatcher& dispatcher, link::ServiceLink& link,
+FormSearch::FormSearch(const ChannelTables& tables, app::Dispatcher& dispatcher, link::ServiceLink& link,
                        const base::Language& lang)
-    : config_(config), dispatcher_(dispatcher), link_(link), lang_(lang) {
+    : tables_(tables), dispatcher_(dispatcher), link_(link), lang_(lang) {
     progressTitle = lang_.GetText(190);
     titles();
 }
@@ -36,14 +36,14 @@ void FormSearch::onTick() {
 
 void FormSearch::CheckSet() {
     titles();
-    const int32_t count = std::min<int32_t>(config_.iMaxChannel, kChannelSlots);
-    for (size_t i = 0; i < config_.strSearchCam.size(); ++i) {
-        const SearchCamRecord& cam = config_.strSearchCam[i];
+    const int32_t count = std::min<int32_t>(tables_.iMaxChannel, kChannelSlots);
+    for (size_t i = 0; i < tables_.strSearchCam.size(); ++i) {
+        const SearchCamRecord& cam = tables_.strSearchCam[i];
         // An entry without an address is the blank entry of the list, not a camera.
         if (cam.IP.empty()) continue;
         bool inUse = false;
         for (int32_t ch = 0; ch < count && !inUse; ++ch) {
-            const ChannelRecord& r = config_.strCH[static_cast<size_t>(ch)];
+            const ChannelRecord& r = tables_.strCH[static_cast<size_t>(ch)];
             inUse = r.HTTPPort == cam.HTTPPort && r.IP == cam.IP;
         }
         if (inUse) continue;
@@ -54,7 +54,7 @@ void FormSearch::CheckSet() {
 
 bool FormSearch::CameraList_DblClick(int row, ChannelPage& page) {
     if (row < 1 || static_cast<size_t>(row) >= CameraList.size()) return false;
-    if (!page.TakeSearchedCamera(config_.strSearchCam[rowEntry[static_cast<size_t>(row - 1)]])) return false;
+    if (!page.TakeSearchedCamera(tables_.strSearchCam[rowEntry[static_cast<size_t>(row - 1)]])) return false;
     closed = true;
     return true;
 }

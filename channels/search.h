@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "app/config.h"
+#include "channels/records.h"
 #include "app/dispatcher.h"
 #include "link/service_link.h"
 
@@ -24,7 +24,7 @@ inline constexpr int32_t kSearchTickLimit = 10;
 
 class FormSearch {
 public:
-    FormSearch(const app::Config& config, app::Dispatcher& dispatcher, link::ServiceLink& link,
+    FormSearch(const ChannelTables& tables, app::Dispatcher& dispatcher, link::ServiceLink& link,
                const base::Language& lang);
 
     /// Row 0 holds the titles: IP Address, Brand, Model, Port, MAC.
@@ -50,7 +50,7 @@ public:
 private:
     void titles();
 
-    const app::Config& config_;
+    const ChannelTables& tables_;
     app::Dispatcher& dispatcher_;
     link::ServiceLink& link_;
     const base::Language& lang_;

@@ -1,40 +1,20 @@
-// The apply run: sections compared with the loaded tables, staged through the page models,
-// and sent only when every change passed the rules.
+// The dump and the apply run over the subjects' document parts.
 #include "cli/apply.h"
 
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "app/commands.h"
 #include "app/protocol.h"
-#include "cli/dump.h"
+#include "link/service_link.h"
 
 namespace kv::cli {
 
-Stage::Stage(const app::Config& loadedConfig, link::ServiceLink& serviceLink, const base::Language& language)
-    : loaded(loadedConfig), scratch(loadedConfig), link(serviceLink), lang(language) {}
-
-const Section* SectionRegistry::find(std::string_view name) const {
-    for (const Section& s : sections_)
-        if (s.name == name) return &s;
-    return nullptr;
-}
-
-std::function<Json(const app::Config&)> DumpSection(std::string name) {
-    return [name = std::move(name)](const app::Config& c) {
-        const Json doc = DumpConfig(c);
-        return doc.contains(name) ? doc.at(name) : Json();
-    };
-}
-
-SectionRegistry KnownSections() {
-    SectionRegistry r;
-    // Printed by dump; applying them needs the pages of their subjects.
-    r.add({"ServerInfo", DumpSection("ServerInfo"), nullptr, nullptr});
-    r.add({"DDNSSetting", DumpSection("DDNSSetting"), nullptr, nullptr});
-    AddUserSections(r);
-    AddChannelSections(r);
-    return r;
+Json Dump(const Parts& parts) {
+    Json doc = Json::object();
+    for (const auto& p : parts) p->dump(doc);
+    return doc;
 }
 
 std::optional<Json> ReadDocument(const std::filesystem::path& file, std::string& error) {
@@ -60,48 +40,40 @@ std::optional<Json> ReadDocument(const std::filesystem::path& file, std::string&
 
 namespace {
 
-// Values compare as JSON values: the order of an object's keys does not matter.
-bool sameValue(const Json& a, const Json& b) { return nlohmann::json::parse(a.dump()) == nlohmann::json::parse(b.dump()); }
-
-// Stages every section that differs from the loaded tables; false when the document is malformed.
-bool stageAll(const Json& doc, Stage& stage, const SectionRegistry& sections, std::ostream& err) {
-    for (const auto& [name, value] : doc.items()) {
-        const Section* s = sections.find(name);
-        if (!s) {
-            err << "warning: section " << name << " is not known to this version; ignored\n";
-        } else if (!s->stage && !sameValue(value, s->dump(stage.loaded))) {
-            err << "warning: section " << name << " cannot be applied by this version; ignored\n";
-        }
-    }
+// Stages every part; false when the document is malformed.
+bool stageAll(const Json& doc, app::Stage& stage, Parts& parts, std::ostream& err) {
+    std::set<std::string> known;
+    for (const auto& p : parts)
+        for (const std::string& n : p->names()) known.insert(n);
+    for (const auto& [name, value] : doc.items())
+        if (!known.count(name)) err << "warning: section " << name << " is not known to this version; ignored\n";
     try {
-        for (const Section& s : sections.sections()) {
-            if (!s.stage || !doc.contains(s.name)) continue;
-            const Json& value = doc.at(s.name);
-            if (sameValue(value, s.dump(stage.loaded))) continue;
-            s.stage(value, stage);
-            if (stage.refused()) return true;
+        for (const auto& p : parts) {
+            p->stage(doc, stage);
+            if (stage.refused()) break;
         }
         for (size_t i = 0; i < stage.laterSteps.size() && !stage.refused(); ++i) stage.laterSteps[i]();
-    } catch (const DocumentError& e) {
+    } catch (const app::DocumentError& e) {
         err << e.what() << "\n";
         return false;
     } catch (const Json::exception& e) {
         err << "malformed document: " << e.what() << "\n";
         return false;
     }
+    for (const std::string& w : stage.warnings) err << w << "\n";
     return true;
 }
 
 }  // namespace
 
-int Apply(const Json& doc, app::Config& config, link::ServiceLink& link, const base::Language& lang, std::ostream& out,
-          std::ostream& err, const SectionRegistry& sections) {
+int Apply(const Json& doc, Parts& parts, link::ServiceLink& link, const base::Language& lang, std::ostream& out,
+          std::ostream& err) {
     if (!doc.is_object()) {
         err << "not a document of kelvarra-ctl dump (expected a JSON object)\n";
         return kExitBadDocument;
     }
-    Stage stage(config, link, lang);
-    if (!stageAll(doc, stage, sections, err)) {
+    app::Stage stage(link, lang);
+    if (!stageAll(doc, stage, parts, err)) {
         err << "nothing was sent\n";
         return kExitBadDocument;
     }
@@ -112,19 +84,14 @@ int Apply(const Json& doc, app::Config& config, link::ServiceLink& link, const b
     }
     for (const std::string& n : stage.notes) out << n << "\n";
 
-    std::vector<PendingSave> saves;
-    for (const Section& s : sections.sections()) {
-        if (s.save)
-            if (auto p = s.save(stage)) saves.push_back(std::move(*p));
-        if (s.saves)
-            for (PendingSave& p : s.saves(stage)) saves.push_back(std::move(p));
-    }
+    std::vector<app::PendingSave> saves;
+    for (const auto& p : parts) p->saves(stage, saves);
     if (saves.empty()) {
         out << "nothing to apply: the service already holds this document\n";
         return 0;
     }
     int rc = 0;
-    for (const PendingSave& p : saves) {
+    for (const app::PendingSave& p : saves) {
         std::string reply;
         out << "sent: " << p.command << "\n";
         const bool ok = p.send(reply);
@@ -134,7 +101,7 @@ int Apply(const Json& doc, app::Config& config, link::ServiceLink& link, const b
             rc = kExitRefused;
             break;
         }
-        p.commit(config);
+        p.commit();
     }
     // As the shell's save of every area does: tell the service that settings were saved, and
     // take no notice of its answer.

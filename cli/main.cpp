@@ -3,7 +3,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -11,13 +10,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "app/session.h"
 #include "base/lang.h"
-#include "base/log.h"
 #include "cli/apply.h"
-#include "cli/channels.h"
-#include "cli/dump.h"
-#include "link/tcp_link.h"
+#include "session/headless.h"
 
 namespace {
 
@@ -57,14 +52,6 @@ public:
         std::cerr << title << ": " << text << "\n";
         return kv::app::Answer::Ok;
     }
-};
-
-class CliHost : public kv::app::LoginHost {
-public:
-    bool entered = false;
-    bool ended = false;
-    void enterConfiguration(int32_t) override { entered = true; }
-    void unload() override { ended = true; }
 };
 
 }  // namespace
@@ -110,61 +97,24 @@ int main(int argc, char** argv) {
     kv::base::Language lang(std::filesystem::path(KV_SOURCE_SHARE) / "Lang");
     if (const char* home = std::getenv("KELVARRA_HOME")) lang.setFolder(std::filesystem::path(home) / "Lang");
     lang.LoadLanguage(kv::base::LanguageFileName(1));
-    kv::base::Log log(kTitle);
 
-    kv::app::QueueExecutor executor;
-    kv::link::TcpLink link(executor);
     CliPrompter prompter;
     prompter.verbose = verbose;
-    CliHost hostCallbacks;
-    kv::app::Session session(link, prompter, lang, log, hostCallbacks, kTitle);
-
-    kv::app::LoginController& login = session.login;
-    login.cmdLine.bCmdLogin = true;
-    login.cmdLine.sCmdIP = host;
-    login.cmdLine.iCmdPort = port;
-    login.cmdLine.sCmdUser = user;
-    login.cmdLine.sCmdPass = password;
-    login.bClickLogin = false;
-    login.imgLoginBtn_Click(0);
-    if (login.hLogin < 0) {
-        std::cerr << prompter.lastStatus << "\n";
-        return 3;
-    }
-
-    using Clock = std::chrono::steady_clock;
-    const auto deadline = Clock::now() + std::chrono::seconds(timeoutSeconds);
-    auto nextTick = Clock::now() + std::chrono::seconds(1);
-    size_t routedAtEntry = 0;
-    bool loaded = false;
-    while (Clock::now() < deadline && !hostCallbacks.ended) {
-        executor.drain(50);
-        if (Clock::now() >= nextTick) {
-            login.Timer1000();
-            nextTick += std::chrono::seconds(1);
-        }
-        if (hostCallbacks.entered && routedAtEntry == 0) routedAtEntry = session.responsesRouted() + 1;
-        if (hostCallbacks.entered &&
-            session.responsesRouted() + 1 - routedAtEntry >= kv::app::Session::kInitialAsyncReads) {
-            loaded = true;
-            break;
-        }
-        // A login that stops waiting without entering has failed (a final status, the time limit,
-        // or a session start that stopped).
-        if (!login.bLoginWait && !hostCallbacks.entered) break;
-    }
-    if (!hostCallbacks.entered) {
+    kv::session::HeadlessClient client(prompter, lang, kTitle);
+    const auto outcome = client.login(host, port, user, password, timeoutSeconds);
+    if (outcome == kv::session::HeadlessClient::Outcome::Failed) {
         std::cerr << (prompter.lastBox.empty() ? prompter.lastStatus : prompter.lastBox) << "\n";
-        link.Logout(login.hLogin);
         return 3;
     }
-    if (!loaded) std::cerr << "warning: not every answer of the initial load arrived\n";
-    if (dumpCmd->parsed() || applyCmd->parsed()) kv::cli::ReadChannelExtras(session.config, link);
-    if (dumpCmd->parsed()) std::cout << kv::cli::DumpConfig(session.config).dump(2) << "\n";
+    if (outcome == kv::session::HeadlessClient::Outcome::Partial)
+        std::cerr << "warning: not every answer of the initial load arrived\n";
+    kv::cli::Parts parts = client.session().documentParts();
+    if (dumpCmd->parsed() || applyCmd->parsed())
+        for (auto& p : parts) p->readExtras();
+    if (dumpCmd->parsed()) std::cout << kv::cli::Dump(parts).dump(2) << "\n";
     if (loginCmd->parsed() && verbose) std::cerr << "logged in\n";
     int rc = 0;
-    if (applyCmd->parsed()) rc = kv::cli::Apply(document, session.config, link, lang, std::cout, std::cerr);
-    session.dispatcher.bAppEnding = true;
-    link.Logout(login.hLogin);
+    if (applyCmd->parsed()) rc = kv::cli::Apply(document, parts, client.link(), lang, std::cout, std::cerr);
+    client.leave();
     return rc;
 }

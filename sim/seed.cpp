@@ -5,18 +5,17 @@
 //   "24582", "32801", "32787" ...  one document per read id;
 //   "4100"                         the server information; the service's unasked push (32790) sends
 //                                  the same body;
+//   "4101.<ch>", "12297.<ch>"      a channel's presets and its camera's present position;
 //   "4098.1", "4098.0"             e-map groups and camera nodes, by the Type the read asks for;
 //   "32833.<id>"                   one POS filter profile, by the ID the read asks for;
 //   32794, 32792, 32796, 32820, 32783, 24582 carry all channels: a read for one channel or a
 //   channel list gets the whole document, and the client takes the channels it asked for.
 // 4109 has no document: its answer is made from the user list ("32801") by groupReplyBody.
 // Bodies never depend on the request except through the key: where the client reads the
-// UserData it sent (4098, 32833), the document holds it.
+// UserData it sent (4098, 32833), the document holds it. The command table (commands.cpp) names
+// the key of each read and write.
 #include "sim/seed.h"
 
-#include <algorithm>
-
-#include "app/commands.h"
 #include "base/text.h"
 #include "sim/seed_internal.h"
 
@@ -34,28 +33,6 @@ SimStore::Documents documents(bool demo) {
     return docs;
 }
 
-// Reads answered by a document stored under their own id.
-constexpr int kPlainReads[] = {
-    app::cmd::kGetChannelStatus, app::cmd::kGetChannelDetail, app::cmd::kGetMailServers,
-    app::cmd::kGetFtpServers, app::cmd::kGetHttpServers, app::cmd::kGetEventActions,
-    app::cmd::kGetActionGroups, app::cmd::kGetSoundFiles, app::cmd::kGetRecSettings,
-    app::cmd::kGetStorage, app::cmd::kGetAnalytics, app::cmd::kGetObjectLossRoi,
-    app::cmd::kGetMotionRoi, app::cmd::kGetTripwireRoi, app::cmd::kGetSopList,
-    app::cmd::kGetUsers, app::cmd::kGetUserGroups, app::cmd::kGetTcpServers,
-    app::cmd::kGetRecSchedule, app::cmd::kGetEventSchedule, app::cmd::kGetObjectCountingRoi,
-    app::cmd::kGetDiskSizes, app::cmd::kGetFaceCountingRoi, app::cmd::kGetPosDevices, app::cmd::kGetPosTriggers,
-    app::cmd::kGetPosProfiles, app::cmd::kGetDdns, app::cmd::kGetServiceStatus, app::cmd::kGetComPorts,
-    app::cmd::kGetDdnsStatus,
-};
-
-// The number in the first element of that name in a Param body; `fallback` when there is none.
-int paramNumber(std::string_view body, const char* name, int fallback) {
-    pugi::xml_document doc;
-    if (!seed::parseBody(doc, body)) return fallback;
-    const pugi::xml_node n = seed::bodyRoot(doc).child(name);
-    return n ? seed::toInt(n.text().get()) : fallback;
-}
-
 }  // namespace
 
 SimStore::Documents demoDocuments() { return documents(true); }
@@ -67,15 +44,6 @@ SimStore::Documents fullDocuments() {
     seed::replaceWithFullChannels(docs);
     seed::replaceWithFullAccounts(docs);
     return docs;
-}
-
-std::string readKey(int commandId, std::string_view paramBody) {
-    if (commandId == app::cmd::kGetServiceInfo || commandId == app::cmd::kServiceInfoPushed) return "4100";
-    if (commandId == app::cmd::kGetEMapNode) return "4098." + std::to_string(paramNumber(paramBody, "Type", 1));
-    if (commandId == app::cmd::kGetPosProfile) return "32833." + std::to_string(paramNumber(paramBody, "ID", 0));
-    if (std::find(std::begin(kPlainReads), std::end(kPlainReads), commandId) != std::end(kPlainReads))
-        return std::to_string(commandId);
-    return "";
 }
 
 std::string groupReplyBody(const std::string& userListBody, const std::string& userName) {

@@ -18,22 +18,17 @@ SimStore::Documents emptyDocuments();
 /// fully used server, for measurements.
 SimStore::Documents fullDocuments();
 
-/// The document a write command replaces: (key, new body) built from the command's Param body,
-/// or nullopt when the write changes no stored document.
-/// Also nullopt for writes that change part of a document or two documents: use documentsFromWrite.
-std::optional<std::pair<std::string, std::string>> documentFromWrite(int commandId, std::string_view paramBody);
-
 /// Looks up a stored document by key.
 using DocumentLookup = std::function<std::optional<std::string>(const std::string& key)>;
-/// All documents a write command changes, as (key, new body), built from the Param body and, for a
-/// write that changes one channel's entries or some fields, the current documents. Empty when the
-/// command changes no document or its body cannot be read.
+/// All documents a write command changes, as (key, new body; an empty body removes the document),
+/// built by the update of its row in the command table from the Param body and the current
+/// documents. Empty when the command changes no document, the service refuses it, or its body
+/// cannot be read.
 SimStore::Documents documentsFromWrite(int commandId, std::string_view paramBody, const DocumentLookup& current);
-/// True for the write commands that `documentsFromWrite` maps onto documents.
-bool isDocumentWrite(int commandId);
 
-/// The key of the document that answers a read command: "4098.<Type>" and "32833.<ID>" from the
-/// Param body, otherwise the decimal id; "" for a command that reads no stored document.
+/// The key of the document a read command answers from: its row's key, with ".<n>" for the reads
+/// that pick one document by a Param element ("4098.<Type>", "32833.<ID>", "4101.<CH>"); "" for a
+/// command that reads no stored document.
 std::string readKey(int commandId, std::string_view paramBody);
 
 /// The body of the answer to 4109, the group of a user name, from the stored user list: GroupID -1

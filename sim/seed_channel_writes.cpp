@@ -1,6 +1,5 @@
-// How the channel writes change the stored documents: a channel committed or removed (24581) with
-// what goes with it, presets (32814, 12298), moves and go-to-preset (12289..12292, 12294) and the
-// fisheye mode (12303).
+// How the channel writes change the stored documents: a channel committed or removed, presets,
+// moves and go-to-preset, and the fisheye mode.
 #include <algorithm>
 #include <map>
 
@@ -8,10 +7,12 @@
 #include "base/text.h"
 #include "sim/seed_channels.h"
 #include "sim/seed_internal.h"
+#include "sim/updates.h"
 
-namespace kv::sim::seed {
+namespace kv::sim::update {
 namespace {
 
+using namespace seed;
 namespace cmd = app::cmd;
 
 constexpr const char* kDetailKey = "24582";
@@ -84,76 +85,17 @@ std::string overlay(const std::string& entry, pugi::xml_node p) {
     return serialize(ch);
 }
 
-// A document of lists with the entries `gone` says go taken out of the list named `list`.
-template <class Gone>
-std::optional<std::string> without(const std::optional<std::string>& body, const char* list, Gone gone) {
-    pugi::xml_document doc;
-    if (!body || !parseBody(doc, *body)) return std::nullopt;
-    std::string out;
-    for (const pugi::xml_node c : bodyRoot(doc).children()) {
-        if (std::string_view(c.name()) != list) {
-            out += serialize(c);
-            continue;
-        }
-        std::string kept;
-        for (const pugi::xml_node e : c.children())
-            if (e.type() == pugi::node_element && !gone(e)) kept += serialize(e);
-        out += wrap(list, kept);
-    }
-    return out;
-}
-
-std::string listWithout(std::string_view list, int ch) {
-    std::string out;
-    const std::string number = std::to_string(ch);
-    size_t pos = 0;
-    while (pos < list.size()) {
-        const size_t end = std::min(list.find(',', pos), list.size());
-        const std::string item = base::Trim(list.substr(pos, end - pos));
-        if (item != number) out += (out.empty() ? "" : ",") + item;
-        pos = end + 1;
-    }
-    return out;
-}
-
-// A removed channel's regions, lines, event actions, map node and rights go with it, as the
-// client drops them from its own tables; its presets too.
-void removeDependents(int ch, const DocumentLookup& current, SimStore::Documents& docs) {
-    const auto byChannel = [ch](pugi::xml_node e) { return toInt(e.attribute("CH").value()) == ch; };
-    for (int key : {cmd::kGetObjectLossRoi, cmd::kGetTripwireRoi, cmd::kGetObjectCountingRoi})
-        if (auto body = without(lookup(current, std::to_string(key)), "ROIList", byChannel))
-            docs.emplace_back(std::to_string(key), *body);
-    if (auto body = without(lookup(current, std::to_string(cmd::kGetEventActions)), "ActionList", byChannel))
-        docs.emplace_back(std::to_string(cmd::kGetEventActions), *body);
-    if (auto body = without(lookup(current, "4098.0"), "NodeList", [ch](pugi::xml_node n) {
-            return toInt(n.attribute("Type").value()) == 0 && toInt(n.attribute("ID").value()) == ch;
-        }))
-        docs.emplace_back("4098.0", *body);
-    pugi::xml_document groups;
-    if (auto body = lookup(current, std::to_string(cmd::kGetUserGroups)); body && parseBody(groups, *body)) {
-        for (pugi::xml_node g : bodyRoot(groups).child("UserGroupList").children()) {
-            for (const char* list : {"Type0", "Type1", "Type2"})
-                if (pugi::xml_attribute a = g.attribute(list)) a.set_value(listWithout(a.value(), ch).c_str());
-        }
-        std::string out;
-        for (const pugi::xml_node c : bodyRoot(groups).children()) out += serialize(c);
-        docs.emplace_back(std::to_string(cmd::kGetUserGroups), out);
-    }
-    if (lookup(current, presetKey(ch))) docs.emplace_back(presetKey(ch), wrap("PresetList", ""));
-}
-
-SimStore::Documents commit(pugi::xml_node p, const DocumentLookup& current) {
+SimStore::Documents commitIn(pugi::xml_node p, const DocumentLookup& current) {
     const int ch = number(p, "CH");
     if (!validChannel(ch)) return {};
     Entries detail = entriesOf(lookup(current, kDetailKey), false);
     Entries status = entriesOf(lookup(current, kStatusKey), true);
-    SimStore::Documents docs;
     if (!p.child("IP")) {
         detail.erase(ch);
         status.erase(ch);
-        docs = {{kDetailKey, detailBody(detail)}, {kStatusKey, statusBody(status)}};
-        removeDependents(ch, current, docs);
-        return docs;
+        // The slot alone: the client cleans up and saves its other lists itself, and presets
+        // belong to the camera.
+        return {{kDetailKey, detailBody(detail)}, {kStatusKey, statusBody(status)}};
     }
     const std::string ip = base::Trim(p.child_value("IP"));
     const int port = number(p, "HTTPPort");
@@ -206,7 +148,7 @@ std::string positionBody(const Position& p) {
 
 // A move by `Speed` steps in the direction of the button: pan turns round, tilt stops at the
 // horizon's limits, zoom, focus and iris stay in their ranges. Direction 0 stops.
-SimStore::Documents move(int id, pugi::xml_node p, const DocumentLookup& current) {
+SimStore::Documents moveIn(int id, pugi::xml_node p, const DocumentLookup& current) {
     const int ch = number(p, "CH");
     if (!validChannel(ch) || !ptzChannel(lookup(current, kDetailKey), ch)) return {};
     Position pos = positionOf(lookup(current, positionKey(ch)));
@@ -229,7 +171,7 @@ SimStore::Documents move(int id, pugi::xml_node p, const DocumentLookup& current
     return {{positionKey(ch), positionBody(pos)}};
 }
 
-SimStore::Documents gotoPreset(pugi::xml_node p, const DocumentLookup& current) {
+SimStore::Documents gotoPresetIn(pugi::xml_node p, const DocumentLookup& current) {
     const int ch = number(p, "CH");
     if (!validChannel(ch) || !ptzChannel(lookup(current, kDetailKey), ch)) return {};
     pugi::xml_document doc;
@@ -251,7 +193,7 @@ SimStore::Documents gotoPreset(pugi::xml_node p, const DocumentLookup& current) 
 }
 
 // The camera keeps its present position under the preset's id and name.
-SimStore::Documents storePreset(pugi::xml_node p, const DocumentLookup& current) {
+SimStore::Documents storePresetIn(pugi::xml_node p, const DocumentLookup& current) {
     const int ch = number(p, "CH");
     const int id = number(p, "ID");
     if (!validChannel(ch) || id < 0 || !ptzChannel(lookup(current, kDetailKey), ch)) return {};
@@ -276,13 +218,13 @@ SimStore::Documents storePreset(pugi::xml_node p, const DocumentLookup& current)
     return {{presetKey(ch), wrap("PresetList", list)}};
 }
 
-SimStore::Documents presetList(pugi::xml_node p, const DocumentLookup& current) {
+SimStore::Documents presetListIn(pugi::xml_node p, const DocumentLookup& current) {
     const int ch = number(p, "CH");
     if (!validChannel(ch) || !p.child("PresetList") || !channelEntry(lookup(current, kDetailKey), ch)) return {};
     return {{presetKey(ch), serialize(p.child("PresetList"))}};
 }
 
-SimStore::Documents fisheyeMode(pugi::xml_node p, const DocumentLookup& current) {
+SimStore::Documents fisheyeModeIn(pugi::xml_node p, const DocumentLookup& current) {
     const int ch = number(p, "CH");
     Entries detail = entriesOf(lookup(current, kDetailKey), false);
     if (!validChannel(ch) || !detail.count(ch) || !*p.child_value("Mode4FishEye")) return {};
@@ -297,34 +239,23 @@ SimStore::Documents fisheyeMode(pugi::xml_node p, const DocumentLookup& current)
 
 }  // namespace
 
-bool isChannelWrite(int id) {
-    switch (id) {
-        case cmd::kCommitChannel:
-        case cmd::kSetPresets:
-        case cmd::kStorePreset:
-        case cmd::kPtzPanTilt:
-        case cmd::kPtzZoom:
-        case cmd::kPtzFocus:
-        case cmd::kPtzIris:
-        case cmd::kGotoPreset:
-        case cmd::kSetFisheyeMode: return true;
-        default: return false;
-    }
+Documents commitChannel(const CommandRow&, pugi::xml_node p, const DocumentLookup& current) {
+    return commitIn(p, current);
+}
+Documents presetList(const CommandRow&, pugi::xml_node p, const DocumentLookup& current) {
+    return presetListIn(p, current);
+}
+Documents storePreset(const CommandRow&, pugi::xml_node p, const DocumentLookup& current) {
+    return storePresetIn(p, current);
+}
+Documents move(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
+    return moveIn(row.id, p, current);
+}
+Documents gotoPreset(const CommandRow&, pugi::xml_node p, const DocumentLookup& current) {
+    return gotoPresetIn(p, current);
+}
+Documents fisheyeMode(const CommandRow&, pugi::xml_node p, const DocumentLookup& current) {
+    return fisheyeModeIn(p, current);
 }
 
-SimStore::Documents channelDocumentsFromWrite(int id, pugi::xml_node p, const DocumentLookup& current) {
-    switch (id) {
-        case cmd::kCommitChannel: return commit(p, current);
-        case cmd::kSetPresets: return presetList(p, current);
-        case cmd::kStorePreset: return storePreset(p, current);
-        case cmd::kPtzPanTilt:
-        case cmd::kPtzZoom:
-        case cmd::kPtzFocus:
-        case cmd::kPtzIris: return move(id, p, current);
-        case cmd::kGotoPreset: return gotoPreset(p, current);
-        case cmd::kSetFisheyeMode: return fisheyeMode(p, current);
-        default: return {};
-    }
-}
-
-}  // namespace kv::sim::seed
+}  // namespace kv::sim::update

@@ -1,5 +1,5 @@
 // The service's cameras: detection and search of cameras on the network, the time-varying channel
-// status, and how the channel writes (commit, presets, moves, fisheye mode) change the documents.
+// status, presets and positions.
 #pragma once
 
 #include <cstdint>
@@ -47,12 +47,5 @@ std::string positionKey(int ch);
 std::optional<std::string> channelEntry(const std::optional<std::string>& detailDoc, int ch);
 /// True when that channel is configured and has PTZ.
 bool ptzChannel(const std::optional<std::string>& detailDoc, int ch);
-
-/// True for the channel writes `channelDocumentsFromWrite` maps.
-bool isChannelWrite(int commandId);
-/// The documents a channel write changes; empty when the service refuses it (a channel out of
-/// 1..64, a change without IP, a camera another channel already uses, a move of a channel
-/// without PTZ, a preset that does not exist).
-SimStore::Documents channelDocumentsFromWrite(int commandId, pugi::xml_node param, const DocumentLookup& current);
 
 }  // namespace kv::sim::seed

@@ -1,5 +1,5 @@
-// Accounts (32801, 32803), server information (4100), DDNS (32837, 40995), service status (40961)
-// and the e-map (4098.1 groups, 4098.0 cameras).
+// Accounts (32801, 32803), server information (4100), DDNS (32837) and the e-map (4098.1 groups,
+// 4098.0 cameras). The service status and the DDNS status are computed, not stored.
 #include "sim/seed_internal.h"
 
 namespace kv::sim::seed {
@@ -119,9 +119,6 @@ void addSystemDocuments(Documents& docs, bool demo) {
     docs.emplace_back("32803", demo ? userGroups() : wrap("UserGroupList", ""));
     docs.emplace_back("4100", serverInfoBody(demo));
     docs.emplace_back("32837", ddns(demo));
-    docs.emplace_back("40961", elem("CPUUsage", demo ? 12 : 3) + elem("HTTP", 1));
-    // 1 registered, -1 switched off.
-    docs.emplace_back("40995", elem("Status", demo ? 1 : -1));
     docs.emplace_back("4098.1", mapReply(demo ? mapGroups() : std::vector<MapNode>{}));
     docs.emplace_back("4098.0", mapReply(demo ? mapCameras() : std::vector<MapNode>{}));
 }

@@ -1,63 +1,18 @@
-// How a write command changes the stored documents: the client's set form turned into the reply form.
+// How the write commands of the configuration change the stored documents: the client's set form
+// turned into the reply form.
 #include <algorithm>
 #include <functional>
+#include <sstream>
 
-#include "app/commands.h"
-#include "sim/seed.h"
-#include "sim/seed_channels.h"
 #include "sim/seed_internal.h"
+#include "sim/updates.h"
 
-namespace kv::sim {
+namespace kv::sim::update {
 namespace {
 
 using seed::attr;
 using seed::serialize;
 using seed::wrap;
-namespace cmd = app::cmd;
-
-// Writes whose Param holds the whole document in the reply form: the id of the read that
-// answers it and the top-level elements that make the document.
-struct WholeWrite {
-    int write;
-    int read;
-    std::vector<const char*> elements;  // the first one must be present
-};
-
-const std::vector<WholeWrite>& wholeWrites() {
-    static const std::vector<WholeWrite> list{
-        {cmd::kSetUsers, cmd::kGetUsers, {"UserList"}},
-        {cmd::kSetUserGroups, cmd::kGetUserGroups, {"UserGroupList"}},
-        {cmd::kSetMailServers, cmd::kGetMailServers, {"MailList"}},
-        {cmd::kSetFtpServers, cmd::kGetFtpServers, {"FTPList"}},
-        {cmd::kSetHttpServers, cmd::kGetHttpServers, {"HTTPList"}},
-        {cmd::kSetTcpServers, cmd::kGetTcpServers, {"TCPList"}},
-        {cmd::kSetSoundFiles, cmd::kGetSoundFiles, {"FilePathList"}},
-        {cmd::kSetSopList, cmd::kGetSopList, {"SOPList"}},
-        {cmd::kSetEventActions, cmd::kGetEventActions, {"ActionList"}},
-        {cmd::kSetActionGroups, cmd::kGetActionGroups, {"ActionGroupList"}},
-        {cmd::kSetStorage, cmd::kGetStorage, {"FilePathList", "RetainTime", "ReservedSpace"}},
-        {cmd::kSetDdns, cmd::kGetDdns, {"Enable", "Server", "Period", "DomainName", "UserName", "Password"}},
-    };
-    return list;
-}
-
-const WholeWrite* wholeWrite(int id) {
-    for (const WholeWrite& w : wholeWrites())
-        if (w.write == id) return &w;
-    return nullptr;
-}
-
-// The named elements of the Param body, in the order the body has them; empty without the first.
-std::string wholeDocument(const WholeWrite& w, pugi::xml_node param) {
-    if (!param.child(w.elements.front())) return {};
-    std::string out;
-    for (const pugi::xml_node c : param.children()) {
-        const bool wanted = std::any_of(w.elements.begin(), w.elements.end(),
-                                        [&](const char* n) { return std::string_view(c.name()) == n; });
-        if (wanted) out += serialize(c);
-    }
-    return out;
-}
 
 using ChannelOf = std::function<int(pugi::xml_node)>;
 
@@ -134,15 +89,40 @@ bool placeholder(pugi::xml_node e) {
     return true;
 }
 
-using Lookup = DocumentLookup;
-
-std::optional<std::string> lookup(const Lookup& current, int id) {
-    return current ? current(std::to_string(id)) : std::nullopt;
+std::optional<std::string> lookup(const DocumentLookup& current, const std::string& key) {
+    return current ? current(key) : std::nullopt;
 }
 
-SimStore::Documents one(int read, std::string body) { return {{std::to_string(read), std::move(body)}}; }
+Documents one(std::string_view key, std::string body) { return {{std::string(key), std::move(body)}}; }
 
-SimStore::Documents recSettings(pugi::xml_node p, const Lookup& current) {
+// One channel's rectangles or lines, marked with the channel; `dropBlank` leaves out the all-zero
+// element the writer sends for "no line".
+Documents shapes(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current, bool dropBlank) {
+    const int ch = chChild(p);
+    if (!validChannel(ch) || !p.child("ROIList")) return {};
+    std::vector<std::string> entries;
+    for (const pugi::xml_node e : p.child("ROIList").children("ROI")) {
+        if (dropBlank && placeholder(e)) continue;
+        entries.push_back(entryWithChannel(e, ch));
+    }
+    const std::string key(row.key);
+    return one(key, mergeDocument(lookup(current, key), {{"ROIList", entries}}, chAttribute, ch));
+}
+
+}  // namespace
+
+Documents wholeDocument(const CommandRow& row, pugi::xml_node p, const DocumentLookup&) {
+    std::vector<std::string> names;
+    std::istringstream in{std::string(row.elements)};
+    for (std::string n; in >> n;) names.push_back(n);
+    if (names.empty() || !p.child(names.front().c_str())) return {};
+    std::string out;
+    for (const pugi::xml_node c : p.children())
+        if (std::find(names.begin(), names.end(), c.name()) != names.end()) out += serialize(c);
+    return one(row.key, std::move(out));
+}
+
+Documents recSettings(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
     const int ch = chChild(p);
     if (!validChannel(ch)) return {};
     // The reply spells the bit rate "Bitrate"; the write spells it "BitRate".
@@ -156,22 +136,23 @@ SimStore::Documents recSettings(pugi::xml_node p, const Lookup& current) {
         }
     }
     entry += "</RecSetting>";
-    return one(cmd::kGetRecSettings,
-               mergeDocument(lookup(current, cmd::kGetRecSettings), {{"RecSettingList", {entry}}}, chChild, ch));
+    const std::string key(row.key);
+    return one(key, mergeDocument(lookup(current, key), {{"RecSettingList", {entry}}}, chChild, ch));
 }
 
-SimStore::Documents schedule(pugi::xml_node p, int read, const Lookup& current) {
-    const int ch = seed::toInt(p.child("CH").text().get());
+Documents schedule(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
+    const int ch = chChild(p);
     if (!validChannel(ch) || !p.child("EnableList")) return {};
     std::vector<std::string> entries;
     for (const pugi::xml_node e : p.child("EnableList").children("Enable")) {
         entries.push_back("<Enable" + attr("CH", ch) + attr("Day", e.attribute("Day").value()) + ">" +
                           seed::esc(e.text().get()) + "</Enable>");
     }
-    return one(read, mergeDocument(lookup(current, read), {{"EnableList", entries}}, chAttribute, ch));
+    const std::string key(row.key);
+    return one(key, mergeDocument(lookup(current, key), {{"EnableList", entries}}, chAttribute, ch));
 }
 
-SimStore::Documents analytics(pugi::xml_node p, const Lookup& current) {
+Documents analytics(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
     const int ch = chChild(p);
     if (!validChannel(ch)) return {};
     std::vector<std::pair<std::string, std::vector<std::string>>> changes;
@@ -179,34 +160,33 @@ SimStore::Documents analytics(pugi::xml_node p, const Lookup& current) {
                              "UnattendedObject", "FaceCounting"}) {
         if (const pugi::xml_node e = p.child(kind)) changes.push_back({std::string(kind) + "List", {entryWithChannel(e, ch)}});
     }
-    return one(cmd::kGetAnalytics, mergeDocument(lookup(current, cmd::kGetAnalytics), changes, chAttribute, ch));
+    const std::string key(row.key);
+    return one(key, mergeDocument(lookup(current, key), changes, chAttribute, ch));
 }
 
 // Motion and face-counting masks: one `<CH ID="ch">` entry a channel in a CHList.
-SimStore::Documents mask(pugi::xml_node p, int read, const Lookup& current) {
+Documents mask(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
     const int ch = chChild(p);
     if (!validChannel(ch) || !p.child("ROIList")) return {};
     const std::string entry = "<CH" + attr("ID", ch) + ">" + seed::elem("Width", p.child("Width").text().get()) +
                               seed::elem("Height", p.child("Height").text().get()) + serialize(p.child("ROIList")) +
                               "</CH>";
-    return one(read, mergeDocument(lookup(current, read), {{"CHList", {entry}}}, idAttribute, ch));
+    const std::string key(row.key);
+    return one(key, mergeDocument(lookup(current, key), {{"CHList", {entry}}}, idAttribute, ch));
 }
 
-// Rectangles, lines, the polygon and counting lines: ROI entries marked with their channel.
-SimStore::Documents shapes(pugi::xml_node p, int read, const Lookup& current) {
-    const int ch = chChild(p);
-    if (!validChannel(ch) || !p.child("ROIList")) return {};
-    std::vector<std::string> entries;
-    for (const pugi::xml_node e : p.child("ROIList").children("ROI")) {
-        if (read != cmd::kGetObjectLossRoi && placeholder(e)) continue;
-        entries.push_back(entryWithChannel(e, ch));
-    }
-    return one(read, mergeDocument(lookup(current, read), {{"ROIList", entries}}, chAttribute, ch));
+Documents rectangles(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
+    return shapes(row, p, current, false);
 }
 
-SimStore::Documents serverInfo(pugi::xml_node p, const Lookup& current) {
+Documents lines(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
+    return shapes(row, p, current, true);
+}
+
+Documents serverInfo(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
     pugi::xml_document doc;
-    const std::optional<std::string> body = lookup(current, cmd::kGetServiceInfo);
+    const std::string key(row.key);
+    const std::optional<std::string> body = lookup(current, key);
     if (!body || !seed::parseBody(doc, *body)) seed::parseBody(doc, seed::serverInfoBody(false));
     pugi::xml_node info = seed::bodyRoot(doc);
     // The client sends DomainName and SerialNumber always empty: they are the service's to keep.
@@ -219,10 +199,10 @@ SimStore::Documents serverInfo(pugi::xml_node p, const Lookup& current) {
     }
     std::string out;
     for (const pugi::xml_node c : info.children()) out += serialize(c);
-    return one(cmd::kGetServiceInfo, out);
+    return one(key, out);
 }
 
-SimStore::Documents emap(pugi::xml_node p) {
+Documents emap(const CommandRow& row, pugi::xml_node p, const DocumentLookup&) {
     const pugi::xml_node list = p.child("NodeList");
     if (!list) return {};
     std::vector<seed::MapNode> groups, cameras;
@@ -240,64 +220,8 @@ SimStore::Documents emap(pugi::xml_node p) {
         if (m.type == 1) groups.push_back(m);
         if (m.type == 0) cameras.push_back(m);
     }
-    return {{"4098.1", seed::mapReply(groups)}, {"4098.0", seed::mapReply(cameras)}};
+    const std::string key(row.key);
+    return {{key + ".1", seed::mapReply(groups)}, {key + ".0", seed::mapReply(cameras)}};
 }
 
-}  // namespace
-
-bool isDocumentWrite(int id) {
-    switch (id) {
-        case cmd::kSaveServiceInfo:
-        case cmd::kSetRecSettings:
-        case cmd::kSetRecSchedule:
-        case cmd::kSetEventSchedule:
-        case cmd::kSetAnalytics:
-        case cmd::kSetMotionRoi:
-        case cmd::kSetFaceCountingRoi:
-        case cmd::kSetObjectLossRoi:
-        case cmd::kSetTripwireRoi:
-        case cmd::kSetObjectCountingRoi:
-        case cmd::kSetEMap: return true;
-        default: return wholeWrite(id) != nullptr || seed::isChannelWrite(id);
-    }
-}
-
-SimStore::Documents documentsFromWrite(int id, std::string_view paramBody, const DocumentLookup& current) {
-    if (!isDocumentWrite(id)) return {};
-    std::string body(paramBody);
-    if (id == cmd::kSetEventSchedule) {
-        // The client closes each day with "< /Enable>", which is no XML.
-        for (size_t pos; (pos = body.find("< /Enable>")) != std::string::npos;) body.replace(pos, 10, "</Enable>");
-    }
-    pugi::xml_document doc;
-    if (!seed::parseBody(doc, body)) return {};
-    const pugi::xml_node p = seed::bodyRoot(doc);
-    if (const WholeWrite* w = wholeWrite(id)) {
-        std::string out = wholeDocument(*w, p);
-        if (out.empty()) return {};
-        return one(w->read, std::move(out));
-    }
-    switch (id) {
-        case cmd::kSaveServiceInfo: return serverInfo(p, current);
-        case cmd::kSetRecSettings: return recSettings(p, current);
-        case cmd::kSetRecSchedule: return schedule(p, cmd::kGetRecSchedule, current);
-        case cmd::kSetEventSchedule: return schedule(p, cmd::kGetEventSchedule, current);
-        case cmd::kSetAnalytics: return analytics(p, current);
-        case cmd::kSetMotionRoi: return mask(p, cmd::kGetMotionRoi, current);
-        case cmd::kSetFaceCountingRoi: return mask(p, cmd::kGetFaceCountingRoi, current);
-        case cmd::kSetObjectLossRoi: return shapes(p, cmd::kGetObjectLossRoi, current);
-        case cmd::kSetTripwireRoi: return shapes(p, cmd::kGetTripwireRoi, current);
-        case cmd::kSetObjectCountingRoi: return shapes(p, cmd::kGetObjectCountingRoi, current);
-        case cmd::kSetEMap: return emap(p);
-        default: return seed::channelDocumentsFromWrite(id, p, current);
-    }
-}
-
-std::optional<std::pair<std::string, std::string>> documentFromWrite(int id, std::string_view paramBody) {
-    if (!wholeWrite(id)) return std::nullopt;
-    SimStore::Documents docs = documentsFromWrite(id, paramBody, nullptr);
-    if (docs.size() != 1) return std::nullopt;
-    return std::move(docs.front());
-}
-
-}  // namespace kv::sim
+}  // namespace kv::sim::update

@@ -1,5 +1,6 @@
-// Command dispatch of the reference service: reads from the store, writes into it, the computed
-// answers (status, port and DDNS checks, log queries), accounts and admission.
+// The reference service's handlers: reads from the store, writes into it, the computed answers
+// (status, port and DDNS checks, log queries, captures), accounts and admission. Which handler
+// answers which id is the command table's (sim/commands.cpp).
 #include "sim/service.h"
 
 #include <algorithm>
@@ -12,46 +13,17 @@
 #include "base/text.h"
 #include "sim/envelope.h"
 #include "sim/seed.h"
+#include "sim/seed_channels.h"
+#include "sim/updates.h"
 
 namespace kv::sim {
 
 namespace {
 
-// Commands that change the configuration or drive a device; answered with RET 0 once done.
-const std::set<int32_t> kWrites = {
-    12289, 12290, 12291, 12292, 12294, 12298, 12303, 24581, 28677, 32769, 32770, 32771, 32775, 32776,
-    32779, 32782, 32784, 32786, 32789, 32791, 32793, 32795, 32797, 32800, 32802, 32804, 32806, 32807,
-    32810, 32812, 32814, 32821, 32822, 32825, 32826, 32827, 32829, 32830, 32831, 32834, 32835, 32836,
-    32838, 40993};
-
-// Reads the client knows: answered with the document of their key, an empty body when none is stored.
-const std::set<int32_t> kReads = {4098,  4101,  8193,  8194,  8199,  12297, 12300, 12302, 22546, 24578,
-                                  24582, 32772, 32773, 32774, 32777, 32778, 32780, 32783, 32785, 32787,
-                                  32792, 32794, 32796, 32799, 32801, 32803, 32805, 32808, 32809, 32811,
-                                  32815, 32816, 32820, 32824, 32828, 32832, 32833, 32837, 40994};
-
-// Notices of the client that need nothing but an acknowledgement.
-const std::set<int32_t> kNotices = {32813, 40963, 40964};
-
 constexpr int32_t kServerInfoId = 32790;  // the id the server information is answered under
 constexpr const char* kSysLogKey = "36867";
 constexpr const char* kCountingLogKey = "45057";
 constexpr size_t kSysLogLimit = 1000;  // the oldest rows go beyond this
-
-// The log sub-code of a configuration write: which part of the configuration it changed.
-int32_t configSubCode(int32_t id) {
-    switch (id) {
-    case 32791: case 32838: return 513;                                    // system
-    case 24581: case 32814: case 12298: return 514;                       // channel
-    case 32789: case 32793: case 32795: case 32797: case 32812: case 32821: return 515;  // intelligent
-    case 32769: case 32770: case 32771: case 32775: case 32776: case 32779:
-    case 32800: case 32806: case 32810: return 516;                       // event handling
-    case 32807: return 517;                                               // e-map
-    case 32802: case 32804: return 518;                                   // users
-    case 32782: case 32784: case 32786: return 519;                       // recording
-    default: return 0;
-    }
-}
 
 std::optional<int64_t> number(std::string_view text) {
     std::string t = base::Trim(text);
@@ -112,7 +84,7 @@ void SimService::setListenEndpoint(std::string address, uint16_t port) {
     options_.port = port;
     // The command port of the server information is the one this service listens on; a port
     // saved from the client takes effect at the next start, as with a real service.
-    const std::string key = readKey(kServerInfoId, "");
+    const std::string key(findCommand(4100)->key);
     if (const auto body = store_.get(key)) store_.put(key, withElement(*body, "Port", std::to_string(port)));
 }
 
@@ -142,175 +114,222 @@ std::string SimService::onCommand(const link::PeerInfo& peer, const std::string&
     auto cmd = parseCommand(xml);
     // A text that is no command has no id to answer under: it is refused as a whole.
     if (!cmd) return "-1";
-    return answer(peer, *cmd);
+    const CommandRow* row = findCommand(cmd->id);
+    // An id the service does not know still gets its id back, so that an asynchronous sender
+    // sees it and a synchronous one a failure.
+    if (!row) return buildResponse(-1, cmd->id, cmd->userData, "");
+    return (this->*row->handler)(Call{peer, *cmd, *row});
 }
 
-std::string SimService::answer(const link::PeerInfo& peer, const Command& cmd) {
-    const int32_t id = cmd.id;
-    if (id == 4100) return serverInfo(cmd);
-    if (id == 4109) return userGroup(cmd);
-    if (auto reply = channelAnswer(cmd)) return *reply;
-    if (id == 40961) {
-        std::string body = "<CPUUsage>" + std::to_string(cpu_.usage()) + "</CPUUsage><HTTP>1</HTTP>";
-        return buildResponse(0, id, cmd.userData, body);
-    }
-    if (id == 40995) return ddnsStatus(cmd);
-    if (id == 40996) return ddnsCheck(cmd);
-    if (id == 1183748) return portCheck(cmd);
-    if (id == 36865 || id == 45057) return openQuery(peer, cmd, id == 45057);
-    if (id == 36866 || id == 45058) return closeQuery(cmd);
-    if (id >= 36867 && id <= 36872) return queryPage(peer, cmd);
-    if (id == 40992) return startCapture(cmd);
-    if (kNotices.count(id)) return buildResponse(0, id, cmd.userData, "");
-    if (kWrites.count(id) || isDocumentWrite(id)) return write(peer, cmd);
-    if (kReads.count(id)) return read(cmd);
-    return buildResponse(-1, id, cmd.userData, "");
+std::string SimService::readStored(const Call& c) {
+    const std::string key = readKey(c.cmd.id, c.cmd.paramBody);
+    // A read with nothing stored answers an empty body: the list is empty.
+    const std::optional<std::string> body = key.empty() ? std::nullopt : store_.get(key);
+    return buildResponse(0, c.cmd.id, c.cmd.userData, body.value_or(""));
 }
 
-std::string SimService::read(const Command& cmd) {
-    const std::string key = readKey(cmd.id, cmd.paramBody);
-    std::optional<std::string> body = key.empty() ? std::nullopt : store_.get(key);
-    // A profile that does not exist is an error; other reads with nothing stored answer empty.
-    if (!body && cmd.id == 32833) return buildResponse(-1, cmd.id, cmd.userData, "");
-    const bool retCode = cmd.id == 24582 || cmd.id == 8193;
-    return buildResponse(0, cmd.id, cmd.userData, body.value_or(""), retCode);
+std::string SimService::readExisting(const Call& c) {
+    const std::string key = readKey(c.cmd.id, c.cmd.paramBody);
+    const std::optional<std::string> body = key.empty() ? std::nullopt : store_.get(key);
+    if (!body) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    return buildResponse(0, c.cmd.id, c.cmd.userData, *body);
 }
 
-std::string SimService::write(const link::PeerInfo& peer, const Command& cmd) {
-    if (!isDocumentWrite(cmd.id)) return buildResponse(0, cmd.id, cmd.userData, "");
-    auto docs = documentsFromWrite(cmd.id, cmd.paramBody, [this](const std::string& key) { return store_.get(key); });
-    // A write whose body cannot be read changes nothing and says so; the documents it changes
-    // land together or not at all, with the system log's row about them.
-    if (docs.empty()) return buildResponse(-1, cmd.id, cmd.userData, "");
-    if (int32_t sub = configSubCode(cmd.id)) docs.emplace_back(kSysLogKey, sysLogWith(512, sub, peer));
-    return buildResponse(store_.putAll(docs) ? 0 : -1, cmd.id, cmd.userData, "");
+std::string SimService::write(const Call& c) {
+    auto docs = documentsFromWrite(c.cmd.id, c.cmd.paramBody, [this](const std::string& key) { return store_.get(key); });
+    // A write the service refuses, or whose body cannot be read, changes nothing and says so; the
+    // documents it changes land together or not at all, with the system log's row about them.
+    if (docs.empty()) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    if (c.row.logSubCode) docs.emplace_back(kSysLogKey, sysLogWith(512, c.row.logSubCode, c.peer));
+    return buildResponse(store_.putAll(docs) ? 0 : -1, c.cmd.id, c.cmd.userData, "");
 }
 
-std::string SimService::serverInfo(const Command& cmd) {
-    std::string body = store_.get(readKey(cmd.id, cmd.paramBody)).value_or("");
+std::string SimService::writeAdded(const Call& c) {
+    const std::string answer = write(c);
+    if (answer.find("RET=\"0\"") == std::string::npos) return answer;
+    // The new entry has the largest id of its list.
+    const std::string list(c.row.elements.substr(0, c.row.elements.find(' ')));
+    const int id = update::largestId(store_.get(c.row.key), list.c_str());
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "<ID>" + std::to_string(id) + "</ID>");
+}
+
+std::string SimService::acknowledge(const Call& c) { return buildResponse(0, c.cmd.id, c.cmd.userData, ""); }
+
+std::string SimService::serverInfo(const Call& c) {
+    std::string body = store_.get(c.row.key).value_or("");
     if (!options_.version.empty()) body = withElement(body, "Version", options_.version);
     // Answered under the id of the pushed server information, so that an asynchronous answer
     // reaches the same parser as a synchronous one.
-    return buildResponse(0, kServerInfoId, cmd.userData, body);
+    return buildResponse(0, kServerInfoId, c.cmd.userData, body);
 }
 
-std::string SimService::userGroup(const Command& cmd) {
-    const std::string users = store_.get("32801").value_or("");
+std::string SimService::userGroup(const Call& c) {
+    const std::string users = store_.get(c.row.key).value_or("");
     // Without accounts everyone administers the server, as the login lets everyone in.
-    if (accountsOf(store_).empty()) return buildResponse(0, cmd.id, cmd.userData, "<GroupID>1</GroupID>");
-    const std::string body = groupReplyBody(users, cmd.param("UserName"));
+    if (accountsOf(store_).empty()) return buildResponse(0, c.cmd.id, c.cmd.userData, "<GroupID>1</GroupID>");
+    const std::string body = groupReplyBody(users, c.cmd.param("UserName"));
     const bool known = body.find("<GroupID>-1</GroupID>") == std::string::npos;
-    return buildResponse(known ? 0 : -1, cmd.id, cmd.userData, body);
+    return buildResponse(known ? 0 : -1, c.cmd.id, c.cmd.userData, body);
 }
 
-std::string SimService::portCheck(const Command& cmd) {
-    std::string type = base::Trim(cmd.param("Type"));
-    std::string portText = base::Trim(cmd.param("Port"));
+std::string SimService::serviceStatus(const Call& c) {
+    const std::string body = "<CPUUsage>" + std::to_string(cpu_.usage()) + "</CPUUsage><HTTP>1</HTTP>";
+    return buildResponse(0, c.cmd.id, c.cmd.userData, body);
+}
+
+std::string SimService::portCheck(const Call& c) {
+    std::string type = base::Trim(c.cmd.param("Type"));
+    std::string portText = base::Trim(c.cmd.param("Port"));
     auto port = number(portText);
     bool valid = port && *port >= 1 && *port <= 65535;
     bool available = valid && portAvailable(static_cast<uint16_t>(*port));
     std::string body = "<Type>" + xmlEscape(type) + "</Type><Port>" + xmlEscape(portText) + "</Port><Available>" +
                        (available ? "1" : "0") + "</Available>";
-    return buildResponse(valid ? 0 : -1, cmd.id, cmd.userData, body);
+    return buildResponse(valid ? 0 : -1, c.cmd.id, c.cmd.userData, body);
 }
 
-std::string SimService::ddnsCheck(const Command& cmd) {
+std::string SimService::ddnsCheck(const Call& c) {
     // Nothing is registered anywhere: an empty domain is the one refusal (-2), a name that
     // cannot be a host on the internet (no dot) is a server that cannot be reached (-3), and
     // every other name registers (1).
-    std::string domain = base::Trim(cmd.param("DomainName"));
+    std::string domain = base::Trim(c.cmd.param("DomainName"));
     int32_t status = domain.empty() ? -2 : domain.find('.') == std::string::npos ? -3 : 1;
-    return buildResponse(0, cmd.id, cmd.userData, "<Status>" + std::to_string(status) + "</Status>");
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "<Status>" + std::to_string(status) + "</Status>");
 }
 
-std::string SimService::ddnsStatus(const Command& cmd) {
+std::string SimService::ddnsStatus(const Call& c) {
     // Registered (1) while the stored DDNS setting is on, else disabled (-1).
-    bool on = base::Trim(storedText(store_, "32837", "Enable")) == "1";
-    return buildResponse(0, cmd.id, cmd.userData, std::string("<Status>") + (on ? "1" : "-1") + "</Status>");
+    bool on = base::Trim(storedText(store_, std::string(c.row.key).c_str(), "Enable")) == "1";
+    return buildResponse(0, c.cmd.id, c.cmd.userData, std::string("<Status>") + (on ? "1" : "-1") + "</Status>");
 }
 
-std::string SimService::startCapture(const Command& cmd) {
-    return buildResponse(0, cmd.id, cmd.userData, "<ID>" + std::to_string(nextCaptureId_++) + "</ID>");
+std::string SimService::startCapture(const Call& c) {
+    // The capture listens on one of the machine's serial ports.
+    const std::string port = base::Trim(c.cmd.param("SerialPort"));
+    const std::string ports = store_.get(c.row.key).value_or("");
+    if (port.empty() || ports.find("<COMPort>" + xmlEscape(port) + "</COMPort>") == std::string::npos)
+        return buildResponse(-1, c.cmd.id, c.cmd.userData, "<ID>-1</ID>");
+    const int32_t id = nextCaptureId_++;
+    captures_.insert(id);
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "<ID>" + std::to_string(id) + "</ID>");
 }
 
-std::string SimService::openQuery(const link::PeerInfo& peer, const Command& cmd, bool counting) {
+std::string SimService::stopCapture(const Call& c) {
+    const auto id = number(c.cmd.param("ID"));
+    if (!id || captures_.erase(static_cast<int32_t>(*id)) == 0) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    // No till is wired to the service's ports: the capture holds no bytes.
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "<POSData></POSData>");
+}
+
+std::string SimService::simulator(const Call& c) {
+    // The analysis runs on a configured channel's video.
+    const int ch = static_cast<int>(number(c.cmd.param("CH")).value_or(0));
+    const bool configured = ch >= 1 && ch <= 64 && seed::channelEntry(store_.get(c.row.key), ch);
+    return buildResponse(configured ? 0 : -1, c.cmd.id, c.cmd.userData, "");
+}
+
+std::string SimService::openQuery(const Call& c) {
     int32_t id = nextQueryId_++;
-    queries_[id] = Query{peer.sessionId, counting, {}, 0, 0};
-    return buildResponse(0, cmd.id, cmd.userData, "<QueryID>" + std::to_string(id) + "</QueryID>");
+    queries_[id] = Query{c.peer.sessionId, c.row.key == kCountingLogKey, {}, 0, 0};
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "<QueryID>" + std::to_string(id) + "</QueryID>");
 }
 
-std::string SimService::closeQuery(const Command& cmd) {
-    auto qid = number(cmd.param("QueryID"));
+std::string SimService::closeQuery(const Call& c) {
+    auto qid = number(c.cmd.param("QueryID"));
     bool found = qid && queries_.erase(static_cast<int32_t>(*qid)) > 0;
-    return buildResponse(found ? 0 : -1, cmd.id, cmd.userData, "");
+    return buildResponse(found ? 0 : -1, c.cmd.id, c.cmd.userData, "");
 }
 
-std::string SimService::queryPage(const link::PeerInfo& peer, const Command& cmd) {
+SimService::Query* SimService::queryOf(const Command& cmd) {
     auto qid = number(cmd.param("QueryID"));
     auto it = qid ? queries_.find(static_cast<int32_t>(*qid)) : queries_.end();
-    if (it == queries_.end()) return buildResponse(-1, cmd.id, cmd.userData, "");
-    Query& q = it->second;
-    const char* key = q.counting ? kCountingLogKey : kSysLogKey;
-    const char* list = q.counting ? "ITLLogList" : "SysLogList";
+    return it == queries_.end() ? nullptr : &it->second;
+}
 
-    if (cmd.id == 36871) {  // clear the log; the system log keeps one row saying so
-        std::string cleared = q.counting ? "<ITLLogList></ITLLogList>" : sysLogWith(256, 264, peer, false);
-        if (!store_.put(key, cleared)) {
-            return buildResponse(-1, cmd.id, cmd.userData, "");
-        }
-        q.rows.clear();
-        q.position = 0;
-        return buildResponse(0, cmd.id, cmd.userData, "<TotalCount>0</TotalCount>");
+std::string SimService::clearLog(const Call& c) {
+    Query* q = queryOf(c.cmd);
+    if (!q) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    // The system log keeps one row saying it was cleared.
+    std::string cleared = q->counting ? "<ITLLogList></ITLLogList>" : sysLogWith(256, 264, c.peer, false);
+    if (!store_.put(q->counting ? kCountingLogKey : kSysLogKey, cleared)) {
+        return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
     }
-    if (cmd.id == 36867) {
-        // A search takes a snapshot of the matching rows; the other commands page through it.
-        q.rows.clear();
-        q.position = 0;
-        auto count = number(cmd.param("Count"));
-        q.pageSize = count && *count > 0 ? static_cast<size_t>(*count) : 50;
-        auto begin = number(cmd.param("BeginTime"));
-        auto end = number(cmd.param("EndTime"));
-        std::set<int64_t> channels, types;
-        const pugi::xml_node param = cmd.doc.document_element().child("Param");
-        for (pugi::xml_node ch : param.child("CHList").children("CH")) {
-            if (auto n = number(ch.child_value())) channels.insert(*n);
-        }
-        for (pugi::xml_node t : param.child("TypeList").children("Type")) {
-            if (auto n = number(t.child_value())) types.insert(*n);
-        }
-        pugi::xml_document doc;
-        auto body = store_.get(key);
-        if (body && loadFragment(doc, *body)) {
-            for (pugi::xml_node row : doc.select_node((std::string(".//") + list).c_str()).node().children()) {
-                if (row.type() != pugi::node_element) continue;
-                if (q.counting) {
-                    // Counting rows: time, sequence, channel, type ... as attributes by position.
-                    pugi::xml_attribute a = row.first_attribute();
-                    int64_t time = a.as_llong();
-                    int64_t ch = a.next_attribute().next_attribute().as_llong();
-                    int64_t type = a.next_attribute().next_attribute().next_attribute().as_llong();
-                    if ((begin && time < *begin) || (end && time > *end)) continue;
-                    if (!channels.empty() && !channels.count(ch)) continue;
-                    if (!types.empty() && !types.count(type)) continue;
-                }
-                std::ostringstream text;
-                row.print(text, "", pugi::format_raw);
-                q.rows.push_back(text.str());
+    q->rows.clear();
+    q->position = 0;
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "<TotalCount>0</TotalCount>");
+}
+
+std::string SimService::searchLog(const Call& c) {
+    Query* found = queryOf(c.cmd);
+    if (!found) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    Query& q = *found;
+    const Command& cmd = c.cmd;
+    // A search takes a snapshot of the matching rows; the other commands page through it.
+    q.rows.clear();
+    q.position = 0;
+    auto count = number(cmd.param("Count"));
+    q.pageSize = count && *count > 0 ? static_cast<size_t>(*count) : 50;
+    auto begin = number(cmd.param("BeginTime"));
+    auto end = number(cmd.param("EndTime"));
+    std::set<int64_t> channels, types;
+    const pugi::xml_node param = cmd.doc.document_element().child("Param");
+    for (pugi::xml_node ch : param.child("CHList").children("CH")) {
+        if (auto n = number(ch.child_value())) channels.insert(*n);
+    }
+    for (pugi::xml_node t : param.child("TypeList").children("Type")) {
+        if (auto n = number(t.child_value())) types.insert(*n);
+    }
+    const char* list = q.counting ? "ITLLogList" : "SysLogList";
+    pugi::xml_document doc;
+    auto body = store_.get(q.counting ? kCountingLogKey : kSysLogKey);
+    if (body && loadFragment(doc, *body)) {
+        for (pugi::xml_node row : doc.select_node((std::string(".//") + list).c_str()).node().children()) {
+            if (row.type() != pugi::node_element) continue;
+            if (q.counting) {
+                // Counting rows: time, sequence, channel, type ... as attributes by position.
+                pugi::xml_attribute a = row.first_attribute();
+                int64_t time = a.as_llong();
+                int64_t ch = a.next_attribute().next_attribute().as_llong();
+                int64_t type = a.next_attribute().next_attribute().next_attribute().as_llong();
+                if ((begin && time < *begin) || (end && time > *end)) continue;
+                if (!channels.empty() && !channels.count(ch)) continue;
+                if (!types.empty() && !types.count(type)) continue;
             }
+            std::ostringstream text;
+            row.print(text, "", pugi::format_raw);
+            q.rows.push_back(text.str());
         }
-    } else if (cmd.id == 36868) {
-        if (q.position + q.pageSize < q.rows.size()) q.position += q.pageSize;
-    } else if (cmd.id == 36870) {
-        q.position = q.position > q.pageSize ? q.position - q.pageSize : 0;
-    } else if (cmd.id == 36872) {
-        auto index = number(cmd.param("Index"));
-        if (index && *index >= 1) q.position = std::min(static_cast<size_t>(*index - 1) * q.pageSize, q.rows.size());
-    } else {
-        return buildResponse(-1, cmd.id, cmd.userData, "");  // 36869 is no command
     }
+    return page(cmd, q);
+}
+
+std::string SimService::nextPage(const Call& c) {
+    Query* q = queryOf(c.cmd);
+    if (!q) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    if (q->position + q->pageSize < q->rows.size()) q->position += q->pageSize;
+    return page(c.cmd, *q);
+}
+
+std::string SimService::previousPage(const Call& c) {
+    Query* q = queryOf(c.cmd);
+    if (!q) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    q->position = q->position > q->pageSize ? q->position - q->pageSize : 0;
+    return page(c.cmd, *q);
+}
+
+std::string SimService::gotoPage(const Call& c) {
+    Query* q = queryOf(c.cmd);
+    if (!q) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    auto index = number(c.cmd.param("Index"));
+    if (index && *index >= 1) q->position = std::min(static_cast<size_t>(*index - 1) * q->pageSize, q->rows.size());
+    return page(c.cmd, *q);
+}
+
+std::string SimService::page(const Command& cmd, const Query& q) {
+    const std::string list = q.counting ? "ITLLogList" : "SysLogList";
     std::string body = "<TotalCount>" + std::to_string(q.rows.size()) + "</TotalCount><" + list + ">";
     for (size_t i = q.position; i < q.rows.size() && i < q.position + q.pageSize; ++i) body += q.rows[i];
-    body += std::string("</") + list + ">";
+    body += "</" + list + ">";
     return buildResponse(0, cmd.id, cmd.userData, body);
 }
 
@@ -346,7 +365,7 @@ void SimService::logEvent(int32_t code, int32_t subCode, const link::PeerInfo& p
 std::string SimService::discoveryReply(int32_t type) {
     std::string ip = options_.address;
     if (ip.empty() || ip == "0.0.0.0" || ip == "::") ip = primaryAddress();
-    std::string name = storedText(store_, readKey(4100, "").c_str(), "Name");
+    std::string name = storedText(store_, std::string(findCommand(4100)->key).c_str(), "Name");
     if (name.empty()) name = "kelvarra-sim";
     return "<DeviceList><Device><IP>" + xmlEscape(ip) + "</IP><Port>" + std::to_string(options_.port) +
            "</Port><Manufacturer>Kelvarra</Manufacturer><Model>Kelvarra 64</Model><DeviceType>" +

@@ -7,19 +7,19 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include <asio.hpp>
 
 #include "link/server_handler.h"
+#include "sim/commands.h"
 #include "sim/probe.h"
 #include "sim/store.h"
 #include "sim/traffic_log.h"
 
 namespace kv::sim {
-
-struct Command;
 
 /// The notice that tells every client the service is about to restart.
 inline constexpr const char* kRebootNotice = "<NOTIFY><Reboot>1</Reboot></NOTIFY>";
@@ -76,23 +76,49 @@ private:
     };
     struct Export;
 
-    std::string answer(const link::PeerInfo& peer, const Command& cmd);
-    /// The channel reads the service computes (detection, search, status, presets, position,
-    /// fisheye mode, preview); nothing for other commands. In service_channels.cpp.
-    std::optional<std::string> channelAnswer(const Command& cmd);
-    std::string read(const Command& cmd);
-    std::string write(const link::PeerInfo& peer, const Command& cmd);
-    std::string serverInfo(const Command& cmd);
-    std::string userGroup(const Command& cmd);
-    std::string portCheck(const Command& cmd);
-    std::string ddnsCheck(const Command& cmd);
-    std::string ddnsStatus(const Command& cmd);
-    std::string openQuery(const link::PeerInfo& peer, const Command& cmd, bool counting);
-    std::string closeQuery(const Command& cmd);
-    std::string queryPage(const link::PeerInfo& peer, const Command& cmd);
+    friend struct CommandRows;  // the command table names the handlers below
+
+    // Handlers of the command table (sim/commands.cpp), one per kind of answer.
+    std::string readStored(const Call& call);
+    /// A read of one document the request names (a POS profile): RET -1 when there is none.
+    std::string readExisting(const Call& call);
+    std::string write(const Call& call);
+    /// A write that adds an entry to a list: answers the entry's new `ID`.
+    std::string writeAdded(const Call& call);
+    std::string acknowledge(const Call& call);
+    std::string serverInfo(const Call& call);
+    std::string userGroup(const Call& call);
+    std::string serviceStatus(const Call& call);
+    std::string portCheck(const Call& call);
+    std::string ddnsCheck(const Call& call);
+    std::string ddnsStatus(const Call& call);
+    std::string openQuery(const Call& call);
+    std::string closeQuery(const Call& call);
+    std::string searchLog(const Call& call);
+    std::string nextPage(const Call& call);
+    std::string previousPage(const Call& call);
+    std::string gotoPage(const Call& call);
+    std::string clearLog(const Call& call);
+    std::string startCapture(const Call& call);
+    std::string stopCapture(const Call& call);
+    std::string simulator(const Call& call);
+    // The channel reads the service computes, in service_channels.cpp.
+    std::string detectDevice(const Call& call);
+    std::string searchCameras(const Call& call);
+    std::string channelStatus(const Call& call);
+    std::string channelDetail(const Call& call);
+    std::string presets(const Call& call);
+    std::string ptzPosition(const Call& call);
+    std::string selectPresetPoint(const Call& call);
+    std::string fisheyeMode(const Call& call);
+    std::string previewCamera(const Call& call);
+
+    /// The open query a log command names, or nullptr (its answer then is RET -1).
+    Query* queryOf(const Command& cmd);
+    /// The page of the query's snapshot from its position.
+    std::string page(const Command& cmd, const Query& q);
     /// The system log document with one row more (or with that row alone when not `keepOld`).
     std::string sysLogWith(int32_t code, int32_t subCode, const link::PeerInfo& peer, bool keepOld = true);
-    std::string startCapture(const Command& cmd);
     void exportTick(int32_t id);
 
     asio::io_context& io_;
@@ -103,6 +129,7 @@ private:
     std::map<int32_t, Query> queries_;
     int32_t nextQueryId_ = 1;
     int32_t nextCaptureId_ = 1;
+    std::set<int32_t> captures_;  // started and not yet stopped
     std::map<int32_t, std::unique_ptr<Export>> exports_;
     int32_t nextExportId_ = 1;
 };

@@ -29,12 +29,19 @@ private:
 
 bool exec(sqlite3* db, const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
 
+// An empty body removes the document: a read finds nothing, as for a key never written. The empty
+// key is refused either way, so that a bad batch cannot half-land.
 bool insert(sqlite3* db, std::string_view key, std::string_view body) {
-    Statement st(db, "INSERT OR REPLACE INTO documents(key, body) VALUES(?1, ?2)");
+    Statement st(db, body.empty() ? "DELETE FROM documents WHERE key = ?1"
+                                  : "INSERT OR REPLACE INTO documents(key, body) VALUES(?1, ?2)");
     if (!st) return false;
     st.bind(1, key);
-    st.bind(2, body);
-    return sqlite3_step(st.get()) == SQLITE_DONE;
+    if (!body.empty()) st.bind(2, body);
+    return sqlite3_step(st.get()) == SQLITE_DONE && (!body.empty() || !key.empty());
+}
+
+std::optional<std::string> remembered(std::string_view body) {
+    return body.empty() ? std::nullopt : std::optional<std::string>(body);
 }
 
 }  // namespace
@@ -92,7 +99,7 @@ std::optional<std::string> SimStore::get(std::string_view key) const {
 
 bool SimStore::put(std::string_view key, std::string_view body) {
     if (!insert(impl_->db, key, body)) return false;
-    impl_->cache.insert_or_assign(std::string(key), std::string(body));
+    impl_->cache.insert_or_assign(std::string(key), remembered(body));
     return true;
 }
 
@@ -109,7 +116,7 @@ bool SimStore::putAll(const Documents& docs) {
         exec(db, "ROLLBACK");
         return false;
     }
-    for (const auto& [key, body] : docs) impl_->cache.insert_or_assign(key, body);
+    for (const auto& [key, body] : docs) impl_->cache.insert_or_assign(key, remembered(body));
     return true;
 }
 

@@ -24,6 +24,7 @@ public:
     ~SimStore();
 
     std::optional<std::string> get(std::string_view key) const;
+    /// Stores a document; an empty body removes it.
     bool put(std::string_view key, std::string_view body);
     /// Writes all documents in one transaction: all of them or none.
     bool putAll(const Documents& docs);

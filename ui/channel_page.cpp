@@ -20,7 +20,9 @@
 #include "app/shell.h"
 #include "base/lang.h"
 #include "channels/channel_page.h"
-#include "ui/channel_subject.h"
+#include "channels/subject.h"
+#include "ui/channel_preview.h"
+#include "ui/search_dialog.h"
 #include "ui/look.h"
 #include "ui/ptz_panel.h"
 
@@ -95,8 +97,13 @@ QPushButton* button(const char* name, int captionId, const char* icon) {
 
 }  // namespace
 
-ChannelPageWidget::ChannelPageWidget(ChannelSubject& subject, app::ShellModel& shell, const base::Language& lang)
-    : subject_(subject), shell_(shell), lang_(lang) {
+ChannelPageWidget::ChannelPageWidget(channels::ChannelSubject& subject, app::ShellModel& shell,
+                                     app::Dispatcher& dispatcher, const base::Language& lang)
+    : subject_(subject), shell_(shell), dispatcher_(dispatcher), lang_(lang) {
+    subject_.showPreviewWindow = [this](const channels::ChannelRecord& record) {
+        if (!preview_) preview_ = new PreviewWindow(this, lang_);
+        preview_->show(record);
+    };
     setObjectName("frameChannel");
     // The camera's view is dark like a monitor; the pad's glyphs are large.
     setStyleSheet(R"(
@@ -314,7 +321,7 @@ QWidget* ChannelPageWidget::buildSettingTab() {
             detect->setText(Q(lang_.GetText(884)));
         },
         [&m] { return m.cmdDetect && !m.busy; });
-    binder_.button(search, [this] { subject_.openSearch(); }, [&m] { return !m.busy; });
+    binder_.button(search, [this] { openSearch(); }, [&m] { return !m.busy; });
     for (int i = 0; i < channels::kCamDetailCount; ++i) {
         binder_.combo(cam[i], [&m, i] { return ItemsOf(m.video.cmb_CamDetail[static_cast<size_t>(i)]); },
                       [&m, i] { return m.video.cmb_CamDetail[static_cast<size_t>(i)].index; },
@@ -420,14 +427,35 @@ QWidget* ChannelPageWidget::buildListTab() {
     return tab;
 }
 
+ChannelPageWidget::~ChannelPageWidget() {
+    subject_.showPreviewWindow = nullptr;
+    delete searchDialog_.data();
+    delete preview_.data();
+}
+
 void ChannelPageWidget::refresh() {
     binder_.refresh();
     ptz_->refresh();
+    refreshDialogs();
+}
+
+void ChannelPageWidget::refreshDialogs() {
+    if (searchDialog_) searchDialog_->refresh();
+}
+
+SearchDialog* ChannelPageWidget::searchDialog() const { return searchDialog_; }
+PreviewWindow* ChannelPageWidget::previewWindow() const { return preview_; }
+
+SearchDialog* ChannelPageWidget::openSearch() {
+    if (searchDialog_) return searchDialog_;
+    searchDialog_ = new SearchDialog(this, subject_.search(), subject_.page(), dispatcher_, lang_);
+    searchDialog_->afterAction = [this] { finished(); };
+    searchDialog_->start();
+    return searchDialog_;
 }
 
 void ChannelPageWidget::finished() {
-    subject_.afterAction();
-    // The owner refreshes every form, this one among them.
+    // The owner refreshes what is shown, this page among it.
     if (afterAction) afterAction();
     else refresh();
 }

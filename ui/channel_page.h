@@ -3,12 +3,18 @@
 // list" and "PTZ".
 #pragma once
 
+#include <QPointer>
+
 #include "ui/binders.h"
 #include "ui/page.h"
 
 class QTabWidget;
 namespace kv::app {
+class Dispatcher;
 class ShellModel;
+}
+namespace kv::channels {
+class ChannelSubject;
 }
 namespace kv::base {
 class Language;
@@ -16,13 +22,23 @@ class Language;
 
 namespace kv::ui {
 
-class ChannelSubject;
+class PreviewWindow;
 class PtzPanelWidget;
+class SearchDialog;
 
 class ChannelPageWidget : public Page {
 public:
-    ChannelPageWidget(ChannelSubject& subject, app::ShellModel& shell, const base::Language& lang);
+    ChannelPageWidget(channels::ChannelSubject& subject, app::ShellModel& shell, app::Dispatcher& dispatcher,
+                      const base::Language& lang);
+    ~ChannelPageWidget() override;
     void refresh() override;
+    /// Dialogs and the PTZ tab are refreshed with the page.
+    void refreshDialogs();
+
+    /// The camera search over the page; the search starts at once.
+    SearchDialog* openSearch();
+    SearchDialog* searchDialog() const;
+    PreviewWindow* previewWindow() const;
 
     /// The tab indices of `tabChannel`.
     static constexpr int kTabSetting = 0, kTabList = 1, kTabPtz = 2;
@@ -32,12 +48,15 @@ private:
     QWidget* buildListTab();
     void finished();
 
-    ChannelSubject& subject_;
+    channels::ChannelSubject& subject_;
     app::ShellModel& shell_;
+    app::Dispatcher& dispatcher_;
     const base::Language& lang_;
     Binder binder_;
     QTabWidget* tabs_ = nullptr;
     PtzPanelWidget* ptz_ = nullptr;
+    QPointer<SearchDialog> searchDialog_;
+    QPointer<PreviewWindow> preview_;
 };
 
 }  // namespace kv::ui

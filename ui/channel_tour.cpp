@@ -9,7 +9,7 @@
 #include "channels/ptz_panel.h"
 #include "channels/search.h"
 #include "ui/channel_page.h"
-#include "ui/channel_subject.h"
+#include "channels/subject.h"
 #include "ui/client_app.h"
 #include "ui/config_window.h"
 #include "ui/search_dialog.h"
@@ -23,7 +23,7 @@ constexpr int32_t kPtzChannel = 3;
 constexpr int kTimeoutMs = 15000;
 
 void showTab(ClientApp& client, int tab) {
-    client.channelSubject()->pageWidget()->findChild<QTabWidget*>("tabChannel")->setCurrentIndex(tab);
+    client.channelPage()->findChild<QTabWidget*>("tabChannel")->setCurrentIndex(tab);
 }
 
 }  // namespace
@@ -31,7 +31,7 @@ void showTab(ClientApp& client, int tab) {
 void AddChannelTourSteps(ClientApp& client, const std::function<void(QWidget*, const QString&)>& grab,
                          const std::function<void(std::function<bool()>, int)>& add) {
     add([&client, grab] {
-        ChannelSubject* s = client.channelSubject();
+        channels::ChannelSubject* s = client.channelPage() ? client.channelSubject() : nullptr;
         if (!s || !client.shell()->lbMenu[app::menu::kChannel].enabled) return true;
         client.shell()->lbMenu_Click(app::menu::kChannel);
         s->page().SelectChannel(kFisheyeChannel);
@@ -40,14 +40,14 @@ void AddChannelTourSteps(ClientApp& client, const std::function<void(QWidget*, c
         return true;
     }, kTimeoutMs);
     add([&client, grab] {
-        if (!client.channelSubject()) return true;
+        if (!client.channelPage()) return true;
         showTab(client, ChannelPageWidget::kTabList);
         client.refreshAll();
         grab(client.configWindow(), "31-channel-list.png");
         return true;
     }, kTimeoutMs);
     add([&client, grab] {
-        ChannelSubject* s = client.channelSubject();
+        channels::ChannelSubject* s = client.channelPage() ? client.channelSubject() : nullptr;
         if (!s) return true;
         s->page().SelectChannel(kPtzChannel);
         showTab(client, ChannelPageWidget::kTabPtz);
@@ -57,18 +57,19 @@ void AddChannelTourSteps(ClientApp& client, const std::function<void(QWidget*, c
         return true;
     }, kTimeoutMs);
     add([&client] {
-        ChannelSubject* s = client.channelSubject();
+        channels::ChannelSubject* s = client.channelPage() ? client.channelSubject() : nullptr;
         if (!s) return true;
         showTab(client, ChannelPageWidget::kTabSetting);
-        s->openSearch();
+        client.channelPage()->openSearch();
         return true;
     }, kTimeoutMs);
     add([&client, grab] {
-        ChannelSubject* s = client.channelSubject();
-        if (!s || !s->searchDialog()) return true;
+        channels::ChannelSubject* s = client.channelPage() ? client.channelSubject() : nullptr;
+        SearchDialog* dialog = s ? client.channelPage()->searchDialog() : nullptr;
+        if (!dialog) return true;
         if (s->search().searching) return false;
-        grab(s->searchDialog(), "33-camera-search.png");
-        s->searchDialog()->reject();
+        grab(dialog, "33-camera-search.png");
+        dialog->reject();
         s->page().cmdComit_Click(channels::kCommitCancel);
         client.refreshAll();
         return true;

@@ -7,20 +7,19 @@
 
 #include <cstdlib>
 
-#include "admin/local_service.h"
-#include "admin/server_page.h"
+#include "admin/subject.h"
+#include "app/local_service.h"
 #include "base/lang.h"
+#include "channels/subject.h"
 #include "store/local_db.h"
 #include "ui/channel_page.h"
-#include "ui/channel_subject.h"
 #include "ui/config_window.h"
 #include "ui/login_form.h"
 #include "ui/look.h"
+#include "ui/pages.h"
 #include "ui/server_list_dialog.h"
-#include "ui/server_page.h"
 #include "ui/service_ctrl_dialog.h"
-#include "ui/user_page.h"
-#include "users/page.h"
+#include "users/subject.h"
 
 namespace kv::ui {
 namespace fs = std::filesystem;
@@ -64,7 +63,7 @@ ServerListDialog* ClientApp::serverListDialog() const { return serverListDialog_
 bool ClientApp::start() {
     qApp->setStyleSheet(StyleSheet());
     std::string error;
-    if (!app::PopulateHome(options_.home, app::ShareFolders(), &error)) {
+    if (!session::PopulateHome(options_.home, session::ShareFolders(), &error)) {
         prompter_.box(app::BoxKind::Critical, error, kWindowTitle);
         ended_ = true;
         return false;
@@ -79,11 +78,11 @@ bool ClientApp::start() {
     if (options_.localControl) {
         localService_ = options_.localControl;
     } else if (options_.localService) {
-        admin::LocalServiceSpec setup;
+        app::LocalServiceSpec setup;
         setup.program = serviceProgram();
         setup.home = options_.home;
         setup.arguments = {"--data", (options_.home / "Service").string()};
-        ownLocalService_ = admin::MakeLocalService(setup);
+        ownLocalService_ = app::MakeLocalService(setup);
         localService_ = ownLocalService_.get();
     }
     start_.Form_Load(options_.commandLine, instanceFree, localService_);
@@ -93,9 +92,10 @@ bool ClientApp::start() {
     }
 
     db_ = std::make_unique<store::LocalDatabase>(start_.databaseFolder() / "Database.db");
-    host_ = std::make_unique<app::ClientHost>(start_, *db_, localService_);
-    session_ = std::make_unique<app::Session>(link_, prompter_, start_.lang, log_, *host_, kAppTitle);
-    app::LoginController& login = session_->login;
+    host_ = std::make_unique<session::ClientHost>(start_, *db_, localService_);
+    session_ = std::make_unique<session::Session>(link_, prompter_, start_.lang, log_, *host_, kAppTitle,
+                                                  session::SessionParts{host_.get(), &clock_});
+    session::LoginController& login = session_->login;
     host_->attach(login);
     login.strService = start_.strService;
     login.cmdLine = start_.cmdLine;
@@ -120,7 +120,7 @@ bool ClientApp::start() {
         if (serverList_) serverList_->OnSearchResult(xml);
     };
 
-    loginModel_ = std::make_unique<app::LoginFormModel>(login, start_, *host_, prompter_, start_.lang);
+    loginModel_ = std::make_unique<session::LoginFormModel>(login, start_, *host_, prompter_, start_.lang);
     loginForm_ = new LoginForm(login, *loginModel_);
     loginForm_->onServerList = [this] { openServerList(); };
     loginForm_->onClosed = [this] { end(); };
@@ -170,11 +170,30 @@ void ClientApp::scheduleRefresh() {
 
 void ClientApp::refreshAll() {
     if (ended_) return;
-    if (loginForm_) loginForm_->refresh();
+    if (loginForm_ && loginForm_->isVisible()) loginForm_->refresh();
     if (serverListDialog_) serverListDialog_->refresh();
-    for (const QPointer<Page>& p : pages_)
-        if (p) p->refresh();
-    if (config_) config_->refresh();
+    if (config_) {
+        config_->refresh();
+        if (auto* shown = dynamic_cast<Page*>(config_->page(shell_->iCurMenu))) shown->refresh();
+    }
+}
+
+channels::ChannelSubject* ClientApp::channelSubject() const {
+    return session_ ? session_->subject<channels::ChannelSubject>() : nullptr;
+}
+
+ChannelPageWidget* ClientApp::channelPage() const {
+    return config_ ? dynamic_cast<ChannelPageWidget*>(config_->page(app::menu::kChannel)) : nullptr;
+}
+
+admin::ServerPageModel* ClientApp::serverPage() const {
+    auto* s = session_ ? session_->subject<admin::AdminSubject>() : nullptr;
+    return s ? s->page() : nullptr;
+}
+
+users::UserPage* ClientApp::userPage() const {
+    auto* s = session_ ? session_->subject<users::UsersSubject>() : nullptr;
+    return s ? s->page() : nullptr;
 }
 
 std::vector<QWidget*> ClientApp::forms() const {
@@ -186,7 +205,7 @@ std::vector<QWidget*> ClientApp::forms() const {
 
 void ClientApp::repaintCaptions() {
     if (loginModel_) loginModel_->listLanguages();
-    if (serverPage_) serverPage_->showServiceStatus();
+    if (admin::ServerPageModel* page = serverPage()) page->showServiceStatus();
     for (QWidget* form : forms()) {
         ApplyFont(form, start_.font);
         ApplyCaptions(form, start_.lang);
@@ -196,7 +215,7 @@ void ClientApp::repaintCaptions() {
 
 ServerListDialog* ClientApp::openServerList() {
     if (serverListDialog_ || !session_) return serverListDialog_;
-    serverList_ = std::make_unique<app::ServerListModel>(session_->login.strService, prompter_, start_.lang, link_,
+    serverList_ = std::make_unique<session::ServerListModel>(session_->login.strService, prompter_, start_.lang, link_,
                                                          *db_, start_.iLanguage);
     serverListDialog_ = new ServerListDialog(loginForm_, *serverList_, start_.lang);
     serverListDialog_->setAttribute(Qt::WA_DeleteOnClose);
@@ -211,7 +230,7 @@ ServerListDialog* ClientApp::openServerList() {
 }
 
 void ClientApp::enterConfiguration(int32_t frame) {
-    app::LoginController& login = session_->login;
+    session::LoginController& login = session_->login;
     app::ShellSession s{login.hLogin, login.sLoginPass, login.cmdLine, kAppTitle};
     shell_ = std::make_unique<app::ShellModel>(link_, session_->dispatcher, prompter_, start_.lang, log_, clock_, *this,
                                                std::move(s));
@@ -228,39 +247,9 @@ void ClientApp::enterConfiguration(int32_t frame) {
 }
 
 void ClientApp::registerPages() {
-    app::Config& c = session_->config;
-    serverPage_ = std::make_unique<admin::ServerPageModel>(*shell_, link_, session_->dispatcher, c.serverInfo, c.ddns,
-                                                           c.serviceStatus, prompter_, start_.lang, *host_,
-                                                           c.iMaxChannel);
-    // The overview shows the configured channels as they were loaded and last polled.
-    serverPage_->channelSource = [this](int32_t ch) -> std::optional<admin::ChannelOverviewRow> {
-        const app::Config& cfg = session_->config;
-        if (ch < 1 || ch > static_cast<int32_t>(cfg.strCH.size())) return std::nullopt;
-        const channels::ChannelRecord& r = cfg.strCH[static_cast<size_t>(ch - 1)];
-        if (!r.configured()) return std::nullopt;
-        const std::string size = r.Size.substr(0, r.Size.find("||"));
-        return admin::ChannelOverviewRow{r.Name, r.IP, r.FMT, size,
-                                         start_.lang.GetText(r.InRecord != 0 ? 74 : 851)};
-    };
-    addPage(app::menu::kServer, new ServerPage(*serverPage_, *shell_, start_.lang));
-    // The channel subject: its page with the PTZ tab and the search, the save areas 1 and 10.
-    channels_ = std::make_unique<ChannelSubject>(*session_, *shell_, link_, prompter_, start_.lang, clock_,
-                                                 kWindowTitle);
-    channels_->refreshAll = [this] { refreshAll(); };
-    addPage(app::menu::kChannel, channels_->createPage());
-
-    // Users and groups: accounts save through area 13, groups through area 14 (area 8 saves the
-    // same list).
-    userPage_ = std::make_unique<users::UserPage>(c.strUser, c.strUserGroup, link_, prompter_, start_.lang,
-                                                  kWindowTitle, c.iMaxChannel);
-    QPointer<UserPage> users = new UserPage(*userPage_, c.strUser, c.strUserGroup, *shell_, start_.lang);
-    shell_->registerPage(app::menu::kUser, [users] {
-        if (users) users->open();
-    });
-    shell_->registerSave(app::area::kUsers, [users] { return users && users->saveUsers(); });
-    for (size_t area : {app::area::kUserGroups, app::area::kUserGroups2})
-        shell_->registerSave(area, [users] { return users && users->saveGroups(); });
-    addPage(app::menu::kUser, users);
+    session_->attach(*shell_);
+    const PageDeps deps{*session_, *shell_, start_.lang};
+    for (const PageFactory& f : PageFactories()) addPage(f.menuIndex, f.make(deps));
 }
 
 void ClientApp::addPage(int32_t menuIndex, Page* page) {

@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "app/client_host.h"
-#include "app/server_list.h"
-#include "app/session.h"
+#include "session/client_host.h"
+#include "session/server_list.h"
+#include "session/session.h"
 #include "app/shell.h"
-#include "app/start.h"
+#include "session/start.h"
 #include "base/log.h"
 #include "link/tcp_link.h"
 #include "ui/message_box.h"
@@ -23,9 +23,14 @@
 
 class QTimer;
 namespace kv::admin {
-class LocalServiceControl;
 class ServerPageModel;
-}  // namespace kv::admin
+}
+namespace kv::app {
+class LocalServiceControl;
+}
+namespace kv::channels {
+class ChannelSubject;
+}
 namespace kv::store {
 class LocalDatabase;
 }
@@ -35,7 +40,7 @@ class UserPage;
 
 namespace kv::ui {
 
-class ChannelSubject;
+class ChannelPageWidget;
 class ConfigWindow;
 class LoginForm;
 class Page;
@@ -54,7 +59,7 @@ struct ClientOptions {
     /// Query and control the service on this machine.
     bool localService = true;
     /// The control of the local service to use instead of the one for this machine (not owned).
-    admin::LocalServiceControl* localControl = nullptr;
+    app::LocalServiceControl* localControl = nullptr;
     /// "address:port" where the LAN search is sent (empty: the broadcast default).
     std::string discovery;
 };
@@ -77,24 +82,28 @@ public:
 
     /// The known-server dialog over the login form (not blocking).
     ServerListDialog* openServerList();
+    /// Model to widgets for what is on screen: the login form, the open dialogs, the window and
+    /// the page it shows. A page that is not shown is refreshed when it is shown.
     void refreshAll();
     /// LoadLang on every form: captions and fonts of the language in force.
     void repaintCaptions();
 
     // What the tests and the screenshot tour reach.
-    app::StartSequence& startSequence() { return start_; }
-    app::Session* session() const { return session_.get(); }
-    app::LoginFormModel* loginModel() const { return loginModel_.get(); }
+    session::StartSequence& startSequence() { return start_; }
+    session::Session* session() const { return session_.get(); }
+    session::LoginFormModel* loginModel() const { return loginModel_.get(); }
     app::ShellModel* shell() const { return shell_.get(); }
-    admin::ServerPageModel* serverPage() const { return serverPage_.get(); }
-    users::UserPage* userPage() const { return userPage_.get(); }
-    app::ServerListModel* serverListModel() const { return serverList_.get(); }
+    admin::ServerPageModel* serverPage() const;
+    users::UserPage* userPage() const;
+    session::ServerListModel* serverListModel() const { return serverList_.get(); }
     LoginForm* loginForm() const;
     ConfigWindow* configWindow() const;
     ServerListDialog* serverListDialog() const;
     UiPrompter& prompter() { return prompter_; }
-    /// The channel subject (its models, page and dialogs); null before the configuration opens.
-    ChannelSubject* channelSubject() const { return channels_.get(); }
+    /// The channel subject (its models); null before the session exists.
+    channels::ChannelSubject* channelSubject() const;
+    /// The channel page with its dialogs; null before the configuration opens.
+    ChannelPageWidget* channelPage() const;
     link::TcpLink& link() { return link_; }
 
     // ShellHost.
@@ -105,8 +114,7 @@ public:
 
 private:
     void enterConfiguration(int32_t frame);
-    /// The subjects' pages: each line builds a page model (which registers with the shell) and
-    /// puts its widget under the menu entry.
+    /// The subjects join the shell; each page factory puts its widget under its menu entry.
     void registerPages();
     void addPage(int32_t menuIndex, Page* page);
     void end();
@@ -119,20 +127,17 @@ private:
     link::TcpLink link_{executor_};
     base::Log log_{kAppTitle};
     UiPrompter prompter_;
-    app::StartSequence start_{prompter_, log_, kAppTitle};
-    app::InstanceLock lock_;
+    session::StartSequence start_{prompter_, log_, kAppTitle};
+    session::InstanceLock lock_;
     app::SystemClock clock_;
-    std::unique_ptr<admin::LocalServiceControl> ownLocalService_;
-    admin::LocalServiceControl* localService_ = nullptr;
+    std::unique_ptr<app::LocalServiceControl> ownLocalService_;
+    app::LocalServiceControl* localService_ = nullptr;
     std::unique_ptr<store::LocalDatabase> db_;
-    std::unique_ptr<app::ClientHost> host_;
-    std::unique_ptr<app::Session> session_;
-    std::unique_ptr<app::LoginFormModel> loginModel_;
+    std::unique_ptr<session::ClientHost> host_;
+    std::unique_ptr<session::Session> session_;
+    std::unique_ptr<session::LoginFormModel> loginModel_;
     std::unique_ptr<app::ShellModel> shell_;
-    std::unique_ptr<admin::ServerPageModel> serverPage_;
-    std::unique_ptr<ChannelSubject> channels_;
-    std::unique_ptr<users::UserPage> userPage_;
-    std::unique_ptr<app::ServerListModel> serverList_;
+    std::unique_ptr<session::ServerListModel> serverList_;
     QPointer<LoginForm> loginForm_;
     QPointer<ConfigWindow> config_;
     QPointer<ServerListDialog> serverListDialog_;

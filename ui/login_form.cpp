@@ -12,13 +12,13 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include "app/client_host.h"
-#include "app/login.h"
+#include "session/client_host.h"
+#include "session/login.h"
 #include "ui/look.h"
 
 namespace kv::ui {
 
-LoginForm::LoginForm(app::LoginController& login, app::LoginFormModel& model) : login_(login), model_(model) {
+LoginForm::LoginForm(session::LoginController& login, session::LoginFormModel& model) : login_(login), model_(model) {
     setObjectName("formLogin");
     Caption(this, 159);
     setWindowIcon(Icon("logo"));

@@ -8,16 +8,16 @@
 #include "ui/binders.h"
 
 class QLabel;
-namespace kv::app {
+namespace kv::session {
 class LoginController;
 class LoginFormModel;
-}  // namespace kv::app
+}  // namespace kv::session
 
 namespace kv::ui {
 
 class LoginForm : public QWidget {
 public:
-    LoginForm(app::LoginController& login, app::LoginFormModel& model);
+    LoginForm(session::LoginController& login, session::LoginFormModel& model);
 
     /// imgServer: the known-server dialog.
     std::function<void()> onServerList;
@@ -33,8 +33,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    app::LoginController& login_;
-    app::LoginFormModel& model_;
+    session::LoginController& login_;
+    session::LoginFormModel& model_;
     Binder binder_;
     QLabel* status_ = nullptr;
 };

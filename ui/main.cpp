@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "app/cmdline.h"
-#include "app/start.h"
+#include "session/start.h"
 #include "ui/client_app.h"
 #include "ui/tour.h"
 
@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName("kelvarra-config");
 
     kv::ui::ClientOptions options;
-    options.home = kv::app::HomeFolder();
+    options.home = kv::session::HomeFolder();
     options.commandLine = kv::app::JoinArguments(argc, argv);
     if (const char* d = std::getenv("KELVARRA_DISCOVERY")) options.discovery = d;
     kv::ui::ClientApp client(std::move(options));

@@ -14,13 +14,13 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include "app/server_list.h"
+#include "session/server_list.h"
 #include "base/lang.h"
 #include "ui/look.h"
 
 namespace kv::ui {
 
-ServerListDialog::ServerListDialog(QWidget* parent, app::ServerListModel& model, const base::Language& lang)
+ServerListDialog::ServerListDialog(QWidget* parent, session::ServerListModel& model, const base::Language& lang)
     : QDialog(parent), model_(model), lang_(lang) {
     setObjectName("Form_ServerList");
     Caption(this, 149);
@@ -53,16 +53,16 @@ ServerListDialog::ServerListDialog(QWidget* parent, app::ServerListModel& model,
     frameService->setObjectName("frameService");
     Caption(frameService, 869);
     auto* fields = new QGridLayout(frameService);
-    const int labels[app::ServerListModel::kFieldCount] = {135, 326, 849, 11, 328, 151};
-    QLineEdit* txt[app::ServerListModel::kFieldCount];
-    for (int i = 0; i < app::ServerListModel::kFieldCount; ++i) {
+    const int labels[session::ServerListModel::kFieldCount] = {135, 326, 849, 11, 328, 151};
+    QLineEdit* txt[session::ServerListModel::kFieldCount];
+    for (int i = 0; i < session::ServerListModel::kFieldCount; ++i) {
         auto* l = new QLabel;
         l->setObjectName(QString("lbNetwork_%1").arg(i));
         Caption(l, labels[i]);
         txt[i] = new QLineEdit;
         txt[i]->setObjectName(QString("txtNetwork_%1").arg(i));
-        if (i == app::ServerListModel::kPassword) txt[i]->setEchoMode(QLineEdit::Password);
-        if (i <= app::ServerListModel::kPort) txt[i]->installEventFilter(this);
+        if (i == session::ServerListModel::kPassword) txt[i]->setEchoMode(QLineEdit::Password);
+        if (i <= session::ServerListModel::kPort) txt[i]->installEventFilter(this);
         fields->addWidget(l, i / 2, (i % 2) * 2);
         fields->addWidget(txt[i], i / 2, (i % 2) * 2 + 1);
     }
@@ -112,7 +112,7 @@ ServerListDialog::ServerListDialog(QWidget* parent, app::ServerListModel& model,
         [this](int row) { model_.gridServiceList_Click(row); });
     grid->horizontalHeader()->setStretchLastSection(false);
     binder_.custom([grid] {
-        grid->setColumnHidden(app::ServerListModel::kColumnCount - 1, true);
+        grid->setColumnHidden(session::ServerListModel::kColumnCount - 1, true);
         grid->setColumnWidth(0, 40);
         grid->setColumnWidth(1, 40);
         grid->setColumnWidth(2, 150);
@@ -124,7 +124,7 @@ ServerListDialog::ServerListDialog(QWidget* parent, app::ServerListModel& model,
         binder_.button(cmdSave[i], [this, i] { model_.cmdSave_Click(i); },
                        [this, i] { return model_.cmdSaveEnabled[static_cast<size_t>(i)]; });
     binder_.visible(frameService, [this] { return model_.frameService; });
-    for (int i = 0; i < app::ServerListModel::kFieldCount; ++i)
+    for (int i = 0; i < session::ServerListModel::kFieldCount; ++i)
         binder_.text(txt[i], [this, i] { return model_.txtNetwork[static_cast<size_t>(i)]; },
                      [this, i](const std::string& t) { model_.txtNetwork[static_cast<size_t>(i)] = t; },
                      [this] { return model_.fieldsEnabled; });
@@ -173,10 +173,10 @@ bool ServerListDialog::eventFilter(QObject* watched, QEvent* event) {
         const auto* key = static_cast<QKeyEvent*>(event);
         const QString t = key->text();
         if (t.size() == 1 && t[0].isPrint()) {
-            const int index = watched->objectName() == "txtNetwork_0" ? app::ServerListModel::kAddress
-                                                                       : app::ServerListModel::kPort;
+            const int index = watched->objectName() == "txtNetwork_0" ? session::ServerListModel::kAddress
+                                                                       : session::ServerListModel::kPort;
             const char c = t[0].unicode() < 128 ? static_cast<char>(t[0].unicode()) : '\0';
-            if (!app::ServerListModel::txtNetwork_KeyPress(index, c)) return true;
+            if (!session::ServerListModel::txtNetwork_KeyPress(index, c)) return true;
         }
     }
     return QDialog::eventFilter(watched, event);

@@ -7,7 +7,7 @@
 #include "ui/binders.h"
 
 class QTimer;
-namespace kv::app {
+namespace kv::session {
 class ServerListModel;
 }
 namespace kv::base {
@@ -18,7 +18,7 @@ namespace kv::ui {
 
 class ServerListDialog : public QDialog {
 public:
-    ServerListDialog(QWidget* parent, app::ServerListModel& model, const base::Language& lang);
+    ServerListDialog(QWidget* parent, session::ServerListModel& model, const base::Language& lang);
     void refresh() { binder_.refresh(); }
     /// The dialog's one-second timer (the search results).
     void tick();
@@ -30,7 +30,7 @@ protected:
 private:
     void closeIfDone();
 
-    app::ServerListModel& model_;
+    session::ServerListModel& model_;
     const base::Language& lang_;
     Binder binder_;
     QTimer* timer_ = nullptr;

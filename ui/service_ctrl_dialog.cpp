@@ -13,7 +13,7 @@
 
 namespace kv::ui {
 
-ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, admin::LocalServiceControl& control, const base::Language& lang)
+ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& control, const base::Language& lang)
     : QDialog(parent), model_(control), lang_(lang) {
     setObjectName("Form_ServiceCtrl");
     Caption(this, 405);
@@ -56,10 +56,10 @@ ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, admin::LocalServiceControl
 
 std::string ServiceCtrlDialog::statusText() const {
     if (model_.statusTextId == 0) {
-        const int32_t id = model_.state == admin::service_state::kRunning        ? 367
-                           : model_.state == admin::service_state::kStartPending ? 463
-                           : model_.state == admin::service_state::kStopPending  ? 514
-                           : model_.state == admin::service_state::kStopped      ? 407
+        const int32_t id = model_.state == app::service_state::kRunning        ? 367
+                           : model_.state == app::service_state::kStartPending ? 463
+                           : model_.state == app::service_state::kStopPending  ? 514
+                           : model_.state == app::service_state::kStopped      ? 407
                                                                                  : 513;
         return lang_.GetText(id);
     }

@@ -4,7 +4,7 @@
 #include <QDialog>
 #include <cstdint>
 
-#include "admin/local_service.h"
+#include "app/local_service.h"
 #include "ui/binders.h"
 
 namespace kv::base {
@@ -15,7 +15,7 @@ namespace kv::ui {
 
 class ServiceCtrlDialog : public QDialog {
 public:
-    ServiceCtrlDialog(QWidget* parent, admin::LocalServiceControl& control, const base::Language& lang);
+    ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& control, const base::Language& lang);
     /// Shows the dialog modally; the state of the service afterwards.
     int32_t run();
 
@@ -23,7 +23,7 @@ private:
     void tick();
     std::string statusText() const;
 
-    admin::ServiceCtrlModel model_;
+    app::ServiceCtrlModel model_;
     const base::Language& lang_;
     Binder binder_;
     qint64 startSeconds_ = 0;

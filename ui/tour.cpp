@@ -10,7 +10,7 @@
 #include <cstdio>
 
 #include "admin/server_page.h"
-#include "app/server_list.h"
+#include "session/server_list.h"
 #include "ui/channel_tour.h"
 #include "ui/client_app.h"
 #include "ui/config_window.h"
@@ -89,11 +89,11 @@ void Tour::buildSteps() {
         return d && click(d, "cmdSave_2");
     }});
     steps_.push_back({[this] {
-        app::ServerListModel* m = client_.serverListModel();
+        session::ServerListModel* m = client_.serverListModel();
         return m && !m->foundGrid.empty();
     }, 26000});
     steps_.push_back({[this] {
-        app::ServerListModel* m = client_.serverListModel();
+        session::ServerListModel* m = client_.serverListModel();
         if (m && !m->found.empty()) m->CameraList_Click(0);
         client_.refreshAll();
         grab(client_.serverListDialog(), "02-server-list-search.png");
@@ -101,12 +101,12 @@ void Tour::buildSteps() {
     }});
     steps_.push_back({[this] {
         ServerListDialog* d = client_.serverListDialog();
-        app::ServerListModel* m = client_.serverListModel();
+        session::ServerListModel* m = client_.serverListModel();
         if (!d || !m) return true;
         click(d, "cmdExitSearch");
         // Found nothing: the reference service's address goes in as the search would put it.
         if (m->grid.empty() && !server_.empty()) {
-            app::FoundServer f;
+            session::FoundServer f;
             const size_t colon = server_.rfind(':');
             f.IP = server_.substr(0, colon);
             f.Port = colon == std::string::npos ? "9877" : server_.substr(colon + 1);
@@ -127,7 +127,7 @@ void Tour::buildSteps() {
     // The login form with the server chosen and the account typed.
     steps_.push_back({[this] {
         if (client_.serverListDialog()) return false;
-        app::Session* s = client_.session();
+        session::Session* s = client_.session();
         s->login.txtUser = "admin";
         s->login.txtPassword = "admin";
         client_.refreshAll();

@@ -21,6 +21,7 @@
 #include "base/lang.h"
 #include "ui/look.h"
 #include "users/page.h"
+#include "users/subject.h"
 
 namespace kv::ui {
 namespace {
@@ -29,7 +30,7 @@ namespace {
 constexpr int kTextUsersTab = 920, kTextConfirmPassword = 921, kTextAccountSettings = 922,
               kTextGroupSettings = 923, kTextRightsHint = 924, kTextAllowed = 925, kTextDenied = 926,
               kTextBeyondCount = 927, kTextSendWithSave = 928;
-constexpr int kTextPassword = 11, kTextShowPassword = 822, kTextEnterPassword = 856, kTextUserTitle = 806,
+constexpr int kTextPassword = 11, kTextShowPassword = 822, kTextUserTitle = 806,
               kTextSave = 811, kTextCancel = 852, kTextNew = 860, kTextDelete = 861;
 constexpr int kTextRights[3] = {265, 266, 267};
 
@@ -82,9 +83,8 @@ QTableWidget* listGrid(const char* name, int columns) {
 
 }  // namespace
 
-UserPage::UserPage(users::UserPage& model, const users::UserList& strUser, const users::UserGroupList& strUserGroup,
-                   app::ShellModel& shell, const base::Language& lang)
-    : model_(model), strUser_(strUser), strUserGroup_(strUserGroup), shell_(shell), lang_(lang) {
+UserPage::UserPage(users::UsersSubject& subject, const base::Language& lang)
+    : subject_(subject), model_(*subject.page()), lang_(lang) {
     setObjectName("frameUser");
     auto* page = new QVBoxLayout(this);
     page->setContentsMargins(16, 12, 16, 10);
@@ -99,7 +99,7 @@ UserPage::UserPage(users::UserPage& model, const users::UserList& strUser, const
     page->addWidget(tabs, 1);
 
     binder_.afterAction = [this] {
-        syncShell();
+        subject_.syncShell();
         if (afterAction) afterAction();
     };
     // The strip asks the model: tab 0 may be refused (no group yet), and the strip then stays.
@@ -110,13 +110,10 @@ UserPage::UserPage(users::UserPage& model, const users::UserList& strUser, const
         tabs->setTabText(0, Q(lang_.GetText(kTextUsersTab)));
         tabs->setTabText(1, Q(lang_.GetText(users::text::kUserGroup)));
         // A tab with something to save carries the save button's picture of its area.
-        const bool usersDirty = shell_.saveButtonPicture[app::area::kUsers] == app::kPictureDirty;
-        const bool groupsDirty = shell_.saveButtonPicture[app::area::kUserGroups2] == app::kPictureDirty;
-        tabs->setTabIcon(0, usersDirty ? Icon("save-dirty") : QIcon());
-        tabs->setTabIcon(1, groupsDirty ? Icon("save-dirty") : QIcon());
+        tabs->setTabIcon(0, subject_.usersDirty() ? Icon("save-dirty") : QIcon());
+        tabs->setTabIcon(1, subject_.groupsDirty() ? Icon("save-dirty") : QIcon());
         if (tabs->currentIndex() != model_.tabIndex) tabs->setCurrentIndex(model_.tabIndex);
     });
-    syncShell();
 }
 
 QWidget* UserPage::buildUserTab() {
@@ -203,18 +200,13 @@ QWidget* UserPage::buildUserTab() {
         [&m] { return m.frameUserSetting && m.cmbUserGroup.enabled; });
     binder_.custom([this, &m, txt] {
         // Shown in clear for the account they were asked for, while its field set is open.
-        if (!m.frameUserSetting || m.working.ID != shownFor_) showPasswords_ = false;
-        const QLineEdit::EchoMode mode = showPasswords_ ? QLineEdit::Normal : QLineEdit::Password;
+        const QLineEdit::EchoMode mode = subject_.passwordsShown() ? QLineEdit::Normal : QLineEdit::Password;
         for (QLineEdit* e : {txt[2], txt[3]})
             if (e->echoMode() != mode) e->setEchoMode(mode);
     });
     // The passwords show in clear only to someone who types the password of this login.
     binder_.check(
-        showPasswords, [this] { return showPasswords_; },
-        [this, &m](bool on) {
-            showPasswords_ = on && shell_.PasswordCheck(lang_.GetText(kTextEnterPassword));
-            shownFor_ = m.working.ID;
-        },
+        showPasswords, [this] { return subject_.passwordsShown(); }, [this](bool on) { subject_.showPasswords(on); },
         [&m] { return m.frameUserSetting; });
     binder_.visible(note, [&m] { return m.userChanged(); });
     for (int i = 0; i < 4; ++i) {
@@ -347,40 +339,10 @@ QWidget* UserPage::buildGroupTab() {
         const size_t b = static_cast<size_t>(i);
         // The save button sends the list at once.
         binder_.button(
-            buttons[b], [this, &m, i] { sending([&] { return m.imgUserGroupbtn_Click(i); }); },
+            buttons[b], [this, &m, i] { subject_.act([&] { return m.imgUserGroupbtn_Click(i); }); },
             [&m, b] { return m.imgUserGroupbtn[b]; });
     }
     return tab;
-}
-
-void UserPage::open() {
-    if (!model_.user.dirty() && !model_.group.dirty()) model_.Refresh();
-    showPasswords_ = false;
-    syncShell();
-}
-
-bool UserPage::sending(const std::function<bool()>& action) {
-    const users::UserList users = strUser_;
-    const users::UserGroupList groups = strUserGroup_;
-    const bool ok = action();
-    if (strUser_ != users || strUserGroup_ != groups) shell_.bConfigChanged = true;
-    syncShell();
-    return ok;
-}
-
-bool UserPage::saveUsers() {
-    return sending([this] { return model_.user.SaveSetting(); });
-}
-
-bool UserPage::saveGroups() {
-    return sending([this] { return model_.group.SaveSetting(); });
-}
-
-void UserPage::syncShell() {
-    shell_.setDirty(app::area::kUsers, model_.user.dirty());
-    // The groups' edits raise area 14; area 8 saves the same list and is cleared with it.
-    shell_.setDirty(app::area::kUserGroups2, model_.group.dirty());
-    if (!model_.group.dirty()) shell_.setDirty(app::area::kUserGroups, false);
 }
 
 }  // namespace kv::ui

@@ -1,6 +1,8 @@
 // The User Group tab: the hidden working grid, the three rights grids and the group rules.
 #include "users/page.h"
 
+#include "app/removal.h"
+
 #include <algorithm>
 
 #include "users/rights.h"
@@ -185,16 +187,27 @@ UserGroupList UserGroupTab::SetGridToUserGroup() const {
 bool UserGroupTab::SaveSetting() {
     if (dirty_ && (mode == EditMode::New || mode == EditMode::Edit) && !SaveRow()) return false;
     const UserGroupList list = SetGridToUserGroup();
-    if (list != strUserGroup_) {
+    if (list != strUserGroup_ || unsent_) {
         if (!SaveUserGroup_Setting(link_, list)) {
             prompter_.box(app::BoxKind::Notice, lang_.GetText(text::kSaveFailed), title_);
             dirty_ = true;  // the hidden grid still holds what did not reach the service
             return false;
         }
         strUserGroup_ = list;
+        unsent_ = false;
     }
     RefreshUserGroup();
     return true;
+}
+
+void UserGroupTab::PruneChannel(int32_t ch) {
+    for (UserGroupRecord& g : GridUserGroupTmp) {
+        if (g.ID == kAdminGroupID) continue;
+        for (std::string* list : {&g.Type0, &g.Type1, &g.Type2}) *list = app::RemoveChannelFromList(*list, ch);
+    }
+    if (frameUserGroupSetting && gridsEnabled && ch >= 1 && ch <= base::kMaxChannel)
+        for (base::ChannelFlags& f : chFlags) f[static_cast<size_t>(ch - 1)] = false;
+    DrawCHList();
 }
 
 bool UserGroupTab::removeSelected() {

@@ -157,8 +157,17 @@ public:
     /// The list `GridUserGroupTmp` stands for; the admin group's lists are every channel.
     UserGroupList SetGridToUserGroup() const;
     /// Saves a pending field set into the hidden grid, then sends the list when it differs from
-    /// `strUserGroup`. On success `strUserGroup` takes it; on failure 579 and nothing changes.
+    /// `strUserGroup` (or was marked unsent). On success `strUserGroup` takes it; on failure 579
+    /// and nothing changes.
     bool SaveSetting();
+    /// A removed channel leaves the hidden grid and the open field set (the admin group keeps
+    /// every channel).
+    void PruneChannel(int32_t ch);
+    /// The list stands in `strUserGroup` but has not reached the service: the next save sends it.
+    void MarkUnsent() {
+        unsent_ = true;
+        dirty_ = true;
+    }
 
 private:
     void closeFieldSet();
@@ -176,6 +185,7 @@ private:
     std::string title_;
     int32_t channelCount_;
     bool dirty_ = false;
+    bool unsent_ = false;
 };
 
 /// The user page: the two tabs under one strip.

@@ -39,4 +39,10 @@ inline UserGroupList EmptyUserGroupList() { return UserGroupList(1); }
 inline bool NoUsers(const UserList& l) { return l.size() == 1 && l[0].ID < 0; }
 inline bool NoGroups(const UserGroupList& l) { return l.size() == 1 && l[0].ID < 0; }
 
+/// The users subject's tables in the session.
+struct UserTables {
+    UserList strUser = EmptyUserList();
+    UserGroupList strUserGroup = EmptyUserGroupList();
+};
+
 }  // namespace kv::users

@@ -6,6 +6,8 @@
 
 #include "admin/codec.h"
 #include "admin/server_page.h"
+#include "admin/subject.h"
+#include "app/removal.h"
 #include "app/dispatcher.h"
 #include "app/shell.h"
 #include "base/lang.h"
@@ -88,11 +90,15 @@ struct ServerPage : ::testing::Test {
     NowClock clock;
     app::ShellHost shellHost;
     std::unique_ptr<app::ShellModel> shell;
-    ServerInfo info;
-    DDNSSetting ddns;
-    ServiceStatus status;
+    AdminTables tables;
+    channels::ChannelTables channelTables;
+    ServerInfo& info = tables.serverInfo;
+    DDNSSetting& ddns = tables.ddns;
+    ServiceStatus& status = tables.serviceStatus;
     PageHost host;
-    std::unique_ptr<ServerPageModel> page;
+    app::ChannelRemoval removal;
+    std::unique_ptr<AdminSubject> subject;
+    ServerPageModel* page = nullptr;
 
     void SetUp() override {
         ASSERT_TRUE(lang.LoadLanguage(base::LanguageFileName(1)));
@@ -111,9 +117,11 @@ struct ServerPage : ::testing::Test {
         ddns.Password = "p";
         status.CPUUsage = 12;
         status.HTTPState = 1;
-        // The session reads the status answer; the page shows it.
-        dispatcher.registerParser(40961, [this](const pugi::xml_document& r) { GetServiceStatus(r, status); });
-        page = std::make_unique<ServerPageModel>(*shell, link, dispatcher, info, ddns, status, prompter, lang, host);
+        subject = std::make_unique<AdminSubject>(tables, channelTables, host,
+                                                 app::SubjectServices{link, dispatcher, prompter, lang, clock, removal, "CW"});
+        subject->registerReaders(dispatcher);
+        subject->attach(*shell);
+        page = subject->page();
         shell->lbMenu_Click(app::menu::kServer);
     }
     std::string text(int id) const { return lang.GetText(id); }

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "app/cmdline.h"
-#include "app/login.h"
 
 using namespace kv::app;
 
@@ -39,15 +38,4 @@ TEST(CommandLine, Rules) {
     EXPECT_EQ(u.iCmdPort, 1);
     const char* argv[] = {"prog", "-IP:h", "-USER:u"};
     EXPECT_EQ(JoinArguments(3, argv), "-IP:h -USER:u");
-}
-
-TEST(CompareVersion, ThreeOutcomes) {
-    EXPECT_EQ(CompareVersion("1.3.1", "1.3.1"), 0);
-    EXPECT_EQ(CompareVersion("1.3.0", "1.3.1"), -1);
-    EXPECT_EQ(CompareVersion("1.2.9", "1.3.1"), -1);
-    EXPECT_EQ(CompareVersion("1.4.0", "1.3.1"), -2);
-    EXPECT_EQ(CompareVersion("2.0.0", "1.3.1"), -2);
-    EXPECT_EQ(CompareVersion("1.3", "1.3.1"), -3);
-    EXPECT_EQ(CompareVersion("", "1.3.1"), -3);
-    EXPECT_EQ(CompareVersion("1.3.1.7", "1.3.1"), 0) << "three parts are compared";
 }

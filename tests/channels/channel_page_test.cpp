@@ -4,7 +4,6 @@
 
 #include "channels/channel_page.h"
 #include "channels/codec.h"
-#include "channels/removal.h"
 #include "tests/channels/fake_service.h"
 
 namespace kv::channels {
@@ -23,7 +22,7 @@ const std::string kDetected =
     "<Audio><FMT>g711</FMT></Audio></RESPONSE>";
 
 struct PageTest : ::testing::Test {
-    app::Config config;
+    ChannelTables config;
     test::ScriptedLink link;
     test::RecordingPrompter prompter;
     test::FixedClock clock;
@@ -146,7 +145,7 @@ TEST_F(PageTest, SaveSendsTheChannelThenTheApplyNotice) {
     EXPECT_EQ(link.sent[0], Get_Channel_ADD_XML(saved));
     EXPECT_FALSE(page.dirty());
     EXPECT_FALSE(host.dirty);
-    EXPECT_TRUE(page.bReload);
+    EXPECT_EQ(host.calls, std::vector<std::string>{"reload"});
     EXPECT_EQ(page.iSelCH, 0) << "the fields are emptied";
     EXPECT_EQ(page.Grid_SearchResult[4][2], "192.168.20.21");
 }
@@ -175,7 +174,7 @@ TEST_F(PageTest, AFormatChangeEndsADualStreamTheCameraCannotCarry) {
     page.SelectChannel(2);
     page.cmb_CamDetail_Click(kCmbFormat, 0);  // jpeg; the camera's formats have no three-part item
     ASSERT_TRUE(page.SaveSetting());
-    EXPECT_EQ(host.calls, std::vector<std::string>{"dual off 2"});
+    EXPECT_EQ(host.calls, (std::vector<std::string>{"dual off 2", "reload"}));
     EXPECT_EQ(prompter.boxes, std::vector<std::string>{
                                   "The camera cannot send a second stream in this format. Dual stream recording "
                                   "has been turned off."});
@@ -186,10 +185,10 @@ TEST_F(PageTest, AFormatChangeEndsADualStreamTheCameraCannotCarry) {
     page.SelectChannel(2);
     page.cmb_CamDetail_Click(kCmbFormat, 1);  // h264 again
     ASSERT_TRUE(page.SaveSetting());
-    EXPECT_TRUE(host.calls.empty()) << "a three-part item: the camera sends two streams";
+    EXPECT_EQ(host.calls, std::vector<std::string>{"reload"}) << "a three-part item: the camera sends two streams";
 }
 
-TEST_F(PageTest, RemoveAsksThenTakesTheChannelAndItsDependentsAway) {
+TEST_F(PageTest, RemoveAsksThenBlanksTheSlotAndHandsTheChannelOn) {
     EXPECT_FALSE(page.cmdComit_Click(kCommitRemove));
     EXPECT_EQ(prompter.boxes, std::vector<std::string>{"Please select channel!"}) << "no question without a channel";
 
@@ -199,42 +198,13 @@ TEST_F(PageTest, RemoveAsksThenTakesTheChannelAndItsDependentsAway) {
     EXPECT_TRUE(link.sent.empty());
     EXPECT_TRUE(config.strCH[2].configured());
 
-    config.strEventAction.assign(4, {});
-    for (int16_t i = 0; i < 4; ++i) config.strEventAction[static_cast<size_t>(i)].ID = static_cast<int16_t>(i + 1);
-    config.strEventAction[0].CH = 3, config.strEventAction[1].CH = 2, config.strEventAction[2].CH = 3;
-    config.OBLossROI[0].CH = 3;
-    config.TripWireROI.assign(2, {});
-    config.TripWireROI[0].CH = 2, config.TripWireROI[1].CH = 3;
-    config.PolygonROI[0].CH = 3;
-    config.EMapNode.assign(4, {});
-    config.EMapNode[0].ID = 0, config.EMapNode[0].Type = emap::kGroupNode, config.EMapNode[0].Name = "Root";
-    config.EMapNode[1].ID = 3;
-    config.EMapNode[2].ID = 2;
-    config.EMapNode[3].ID = 3, config.EMapNode[3].Type = emap::kGroupNode, config.EMapNode[3].Name = "Floor 3";
-    users::UserGroupRecord admin;
-    admin.ID = 1, admin.Type0 = "1,2,3,4", admin.Type1 = "3", admin.Type2 = "13,3,30";
-    config.strUserGroup = {admin};
     prompter.answer = app::Answer::Yes;
     ASSERT_TRUE(page.cmdComit_Click(kCommitRemove));
     EXPECT_EQ(link.sent, std::vector<std::string>{
                              "<CMD ID=\"24581\"><UserData>CONFIG_AP</UserData><Param><CH>3</CH></Param></CMD>"});
     EXPECT_EQ(config.strCH[2], ChannelRecord{});
-    EXPECT_EQ(config.strEventAction.size(), 1u) << "channel 3 and the channel-0 row go";
-    EXPECT_EQ(config.strEventAction[0].ID, 2);
-    EXPECT_EQ(config.OBLossROI, analytics::OBLossROIList(1)) << "an emptied list keeps one blank record";
-    ASSERT_EQ(config.TripWireROI.size(), 1u);
-    EXPECT_EQ(config.TripWireROI[0].CH, 2);
-    EXPECT_EQ(config.PolygonROI, analytics::PolygonROIList(1));
-    EXPECT_EQ(config.ObjCountingROI, analytics::ObjCountingROIList(1));
-    ASSERT_EQ(config.EMapNode.size(), 3u) << "groups stay, whatever their id";
-    EXPECT_EQ(config.EMapNode[1].ID, 2);
-    EXPECT_EQ(config.EMapNode[2].Name, "Floor 3");
-    EXPECT_EQ(config.strUserGroup[0].Type0, "1,2,4");
-    EXPECT_EQ(config.strUserGroup[0].Type1, "");
-    EXPECT_EQ(config.strUserGroup[0].Type2, "13,30");
-    EXPECT_EQ(host.calls, (std::vector<std::string>{"analytics 3", "actions 3", "schedule 3", "emap 3",
-                                                    "recording 3", "backup 3"}));
-    EXPECT_TRUE(page.bReload);
+    // The other subjects let go of the channel before the list is read again.
+    EXPECT_EQ(host.calls, (std::vector<std::string>{"removed 3", "reload"}));
     EXPECT_FALSE(page.dirty());
     EXPECT_EQ(page.iSelCH, 0);
 }
@@ -288,12 +258,6 @@ TEST_F(PageTest, TheSecondChannelGridTogglesWithinSixtyFour) {
     EXPECT_TRUE(page.gridCHList_Click(3, 15));
     EXPECT_EQ(page.gridCHListColour(63), kCellUnselected);
     EXPECT_FALSE(page.gridCHList_Click(4, 0));
-}
-
-TEST(RemoveChannelFromList, KeepsTheOthersInOrder) {
-    EXPECT_EQ(RemoveChannelFromList("3", 3), "");
-    EXPECT_EQ(RemoveChannelFromList("1, 3,33,3", 3), "1,33");
-    EXPECT_EQ(RemoveChannelFromList("", 3), "");
 }
 
 TEST(StatusGrid, ConnectedConfiguredChannelsAreRed) {

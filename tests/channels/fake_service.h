@@ -59,12 +59,8 @@ struct RecordingHost : channels::ChannelPageHost {
         calls.push_back(command);
         return -164;
     }
-    void analyticsChannelRemoved(int32_t ch) override { calls.push_back("analytics " + std::to_string(ch)); }
-    void eventActionsChannelRemoved(int32_t ch) override { calls.push_back("actions " + std::to_string(ch)); }
-    void eventScheduleChannelRemoved(int32_t ch) override { calls.push_back("schedule " + std::to_string(ch)); }
-    void emapChannelRemoved(int32_t ch) override { calls.push_back("emap " + std::to_string(ch)); }
-    void recordingChannelRemoved(int32_t ch) override { calls.push_back("recording " + std::to_string(ch)); }
-    void backupChannelRemoved(int32_t ch) override { calls.push_back("backup " + std::to_string(ch)); }
+    void channelRemoved(int32_t ch) override { calls.push_back("removed " + std::to_string(ch)); }
+    void channelsChanged() override { calls.push_back("reload"); }
 };
 
 inline const base::Language& English() {

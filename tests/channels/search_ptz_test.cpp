@@ -20,7 +20,7 @@ SearchCamRecord cam(const char* ip, int32_t port, const char* manufacturer = "")
 }
 
 struct SearchTest : ::testing::Test {
-    app::Config config;
+    ChannelTables config;
     app::Dispatcher dispatcher;
     test::ScriptedLink link;
     test::RecordingPrompter prompter;
@@ -80,7 +80,7 @@ TEST_F(SearchTest, ADoubleClickHandsTheCameraToTheChannelPage) {
 }
 
 struct PtzTest : ::testing::Test {
-    app::Config config;
+    ChannelTables config;
     test::ScriptedLink link;
     test::RecordingPrompter prompter;
     PtzPanel panel{config, link, prompter, test::English(), "Config"};

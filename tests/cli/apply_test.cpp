@@ -5,7 +5,11 @@
 #include <sstream>
 
 #include "cli/apply.h"
-#include "cli/dump.h"
+#include "app/removal.h"
+#include "base/lang.h"
+#include "channels/document.h"
+#include "session/config.h"
+#include "users/document.h"
 #include "tests/support/fakes.h"
 #include "users/codec.h"
 #include "users/rights.h"
@@ -23,22 +27,32 @@ protected:
         config.strUserGroup = {{1, "Admin Group", all, all, all}, {2, "Viewers", "1,2", "", "2"}};
         config.strUser = {{1, "admin", "a", "", "", "", "", 1, false}, {2, "viewer", "v", "", "", "", "", 2, false}};
     }
+    // The parts of the subjects whose sections these documents hold.
+    cli::Parts parts() {
+        cli::Parts p;
+        p.push_back(std::make_unique<users::UserDocument>(config, config.iMaxChannel));
+        p.push_back(std::make_unique<channels::ChannelDocument>(config, link, removal));
+        return p;
+    }
+    cli::Json dump() { return cli::Dump(parts()); }
     int apply(const cli::Json& doc) {
         out.str("");
         err.str("");
-        return cli::Apply(doc, config, link, lang, out, err);
+        cli::Parts p = parts();
+        return cli::Apply(doc, p, link, lang, out, err);
     }
 
     base::Language lang{std::filesystem::path(KV_SOURCE_SHARE) / "Lang"};
     test::AnsweringLink link;
-    app::Config config;
+    session::Config config;
+    app::ChannelRemoval removal;
     std::ostringstream out, err;
 };
 
 }  // namespace
 
 TEST_F(ApplyTest, AnAccountMayJoinAGroupTheSameDocumentAdds) {
-    cli::Json doc = cli::DumpConfig(config);
+    cli::Json doc = dump();
     doc["strUserGroup"].push_back({{"Name", "Night"}, {"Type0", "3"}, {"Type1", ""}, {"Type2", ""}});
     doc["strUser"].push_back({{"Name", "nina"}, {"Password", "n"}, {"GroupID", 3}});
     ASSERT_EQ(apply(doc), 0) << err.str();
@@ -48,12 +62,12 @@ TEST_F(ApplyTest, AnAccountMayJoinAGroupTheSameDocumentAdds) {
     EXPECT_EQ(link.sent[2], "<CMD ID=\"32813\" />");
     EXPECT_EQ(config.strUser.back(), (users::UserRecord{3, "nina", "n", "", "", "", "", 3, false}));
     link.sent.clear();
-    EXPECT_EQ(apply(cli::DumpConfig(config)), 0) << "the tables now hold what went out";
+    EXPECT_EQ(apply(dump()), 0) << "the tables now hold what went out";
     EXPECT_TRUE(link.sent.empty());
 }
 
 TEST_F(ApplyTest, AGroupGoesOnceTheDocumentMovesItsMembersAway) {
-    cli::Json doc = cli::DumpConfig(config);
+    cli::Json doc = dump();
     doc["strUser"][1]["GroupID"] = 1;
     doc["strUserGroup"].erase(1);
     ASSERT_EQ(apply(doc), 0) << err.str();
@@ -62,8 +76,8 @@ TEST_F(ApplyTest, AGroupGoesOnceTheDocumentMovesItsMembersAway) {
 }
 
 TEST_F(ApplyTest, ARefusalByTheServiceIsReportedAndLeavesTheTablesAsTheyWere) {
-    const app::Config before = config;
-    cli::Json doc = cli::DumpConfig(config);
+    const session::Config before = config;
+    cli::Json doc = dump();
     doc["strUser"][1]["Password"] = "new";
     link.replies[32802] = "<RESPONSE RET=\"-2\" ID=\"32802\"></RESPONSE>";
     EXPECT_EQ(apply(doc), cli::kExitRefused);
@@ -84,7 +98,7 @@ TEST_F(ApplyTest, ARefusalByTheServiceIsReportedAndLeavesTheTablesAsTheyWere) {
 }
 
 TEST_F(ApplyTest, ChannelsBeyondTheServersCountCannotBeGranted) {
-    cli::Json doc = cli::DumpConfig(config);
+    cli::Json doc = dump();
     doc["strUserGroup"][1]["Type0"] = "1,2,17";
     EXPECT_EQ(apply(doc), cli::kExitRefused);
     EXPECT_NE(err.str().find("channel 17 is beyond the server's channel count (16)"), std::string::npos) << err.str();
@@ -113,9 +127,9 @@ TEST_F(ApplyTest, ChangesThePageRulesRefuseSendNothing) {
          },
          "seven groups at most"},
     };
-    const app::Config before = config;
+    const session::Config before = config;
     for (const auto& [edit, message] : cases) {
-        cli::Json doc = cli::DumpConfig(config);
+        cli::Json doc = dump();
         edit(doc);
         EXPECT_EQ(apply(doc), cli::kExitRefused) << message;
         EXPECT_NE(err.str().find(message), std::string::npos) << err.str();

@@ -76,7 +76,7 @@ const std::pair<int, const char*> kLoginReads[] = {
     {32794, "<CH>0</CH>"}, {32792, "<CH>0</CH>"}, {32796, "<CH>0</CH>"}, {32820, "<CH>0</CH>"}, {32811, ""},
     {32828, ""}, {32777, ""}, {32778, ""}, {32809, ""}, {32772, ""}, {32773, ""}, {32774, ""}, {32805, ""},
     {32780, ""}, {32799, ""}, {4098, "<Type>1</Type>"}, {4098, "<Type>0</Type>"}, {32785, ""}, {32783, ""},
-    {32808, ""}, {32815, ""}, {40961, ""}, {32824, ""}, {32832, ""}, {40994, ""}, {40995, ""}, {24578, ""},
+    {32808, ""}, {32815, ""}, {32824, ""}, {32832, ""}, {40994, ""}, {24578, ""},
 };
 
 }  // namespace
@@ -95,7 +95,8 @@ TEST(Seed, BothSeedsParseAsRepliesAndAnswerEveryLoginRead) {
     EXPECT_EQ(emptyDocuments().size(), empty.size());
     EXPECT_EQ(readKey(4098, "<Type>0</Type>"), "4098.0");
     EXPECT_EQ(readKey(32833, "<ID>2</ID>"), "32833.2");
-    EXPECT_EQ(readKey(32790, ""), "4100") << "the pushed server information is the same document";
+    EXPECT_EQ(readKey(4101, "<CH>8</CH>"), "4101.8");
+    EXPECT_EQ(readKey(4098, ""), "") << "a read that picks a document and names none finds nothing";
     EXPECT_EQ(readKey(32775, ""), "") << "a write reads nothing";
     // The empty seed holds nothing but the server information.
     EXPECT_EQ(empty.at("32801"), "<UserList></UserList>");
@@ -287,8 +288,9 @@ TEST(SeedWrites, WholeListsComeBackAsTheyWereWritten) {
         {32838, "32837", "<Enable>0</Enable><Server>1</Server><Period>60</Period><DomainName></DomainName><UserName></UserName><Password></Password>"},
     };
     for (const Case& c : cases) {
-        const auto doc = documentFromWrite(c.id, c.param);
-        ASSERT_TRUE(doc) << c.id;
+        const auto docs = documentsFromWrite(c.id, c.param, nullptr);
+        ASSERT_EQ(docs.size(), 1u) << c.id;
+        const auto* doc = &docs.front();
         EXPECT_EQ(doc->first, c.key);
         pugi::xml_document written, stored;
         ASSERT_TRUE(written.load_string((std::string("<P>") + c.param + "</P>").c_str()));
@@ -298,13 +300,46 @@ TEST(SeedWrites, WholeListsComeBackAsTheyWereWritten) {
     }
 }
 
-TEST(SeedWrites, PartialAndTwoDocumentWritesNeedTheLookupOverload) {
-    EXPECT_FALSE(documentFromWrite(32784, "<CH>1</CH>"));
-    EXPECT_FALSE(documentFromWrite(32807, "<NodeList></NodeList>"));
-    for (int unmapped : {32825, 32826, 32827, 32829, 32834})
-        EXPECT_TRUE(documentsFromWrite(unmapped, "<CH>1</CH>", nullptr).empty()) << unmapped;
-    EXPECT_TRUE(documentsFromWrite(32802, "<UserList><User", nullptr).empty()) << "a body that is no XML";
-    EXPECT_TRUE(documentsFromWrite(32802, "<GroupList></GroupList>", nullptr).empty()) << "the wrong list";
+TEST(SeedWrites, RefusedWritesChangeNothing) {
+    const struct {
+        int id;
+        const char* param;
+    } cases[] = {
+        {32802, "<UserList><User"},                // a body that is no XML
+        {32802, "<GroupList></GroupList>"},        // the wrong list
+        {32784, "<CH>65</CH><FMT>jpeg</FMT>"},     // a channel out of 1..64
+        {32795, "<CH>3</CH>"},                     // a mask without its rows
+        {32826, "<ID>9</ID><Name>x</Name>"},       // a POS device that does not exist
+        {32827, "<ID>9</ID>"},                     // nor can it be removed
+        {32829, "<Description>x</Description>"},   // a trigger event without a name
+        {32835, "<ID>1</ID><Other />"},            // a profile change without its filter
+        {32813, ""},                               // a notice writes no document
+    };
+    for (const auto& c : cases) EXPECT_TRUE(documentsFromWrite(c.id, c.param, [](const std::string& k) {
+        const auto it = demo().find(k);
+        return it == demo().end() ? std::nullopt : std::optional<std::string>(it->second);
+    }).empty()) << c.id << " " << c.param;
+}
+
+// POS devices, trigger events and profiles: an added entry gets the next id, a change replaces the
+// entry of its ID, a removal drops it; a profile's own document follows its list entry.
+TEST(SeedWrites, PosListsKeepTheirEntriesById) {
+    auto docs = afterWrite(32825, "<Name>Till 3</Name><SerialPort>COM3</SerialPort>");
+    Reply added("32824", docs.at("32824"));
+    EXPECT_STREQ(added.r.child("POSDeviceList").last_child().child_value("ID"), "3");
+    EXPECT_STREQ(added.r.child("POSDeviceList").last_child().child_value("SerialPort"), "COM3");
+    docs = afterWrite(32826, "<ID>1</ID><Name>Front</Name>", docs);
+    EXPECT_STREQ(Reply("32824", docs.at("32824")).r.child("POSDeviceList").first_child().child_value("Name"), "Front");
+    docs = afterWrite(32831, "<ID>1</ID>", docs);
+    EXPECT_STREQ(Reply("32828", docs.at("32828")).r.child("UserDefinedEventList").first_child().child_value("ID"), "2");
+
+    docs = afterWrite(32834, "<TagFilter><Name>New &amp; more</Name><CodePage>1252</CodePage></TagFilter>", docs);
+    EXPECT_STREQ(Reply("32832", docs.at("32832")).r.child("FilterProfileList").last_child().child_value("Name"),
+                 "New & more");
+    EXPECT_EQ(docs.at("32833.3"), "<UserData>ID=3</UserData><Name>New &amp; more</Name><CodePage>1252</CodePage>");
+    docs = afterWrite(32836, "<ID>3</ID>", docs);
+    EXPECT_EQ(docs.at("32833.3"), "") << "an empty body removes the profile's document";
+    EXPECT_EQ(docs.at("32832"), demo().at("32832"));
 }
 
 TEST(SeedWrites, ServerInformationKeepsWhatTheClientDoesNotSend) {

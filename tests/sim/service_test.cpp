@@ -3,6 +3,9 @@
 
 #include <pugixml.hpp>
 
+#include <set>
+
+#include "sim/commands.h"
 #include "sim/service.h"
 #include "tests/base/test_util.h"
 
@@ -34,7 +37,10 @@ protected:
              {"32837", "<Enable>1</Enable><DomainName>x.example</DomainName>"},
              {"4098.0", "<UserData>formGetRemoteData</UserData><NodeList><Node>cameras</Node></NodeList>"},
              {"32833.3", "<UserData>ID=3</UserData><Name>three</Name>"},
-             {"32772", "<MailList />"}}));
+             {"32772", "<MailList />"},
+             {"24582", R"(<CHList><CH ID="3"><IP>10.0.0.3</IP><PTZ><PTZEnable>1</PTZEnable></PTZ></CH>)"
+                       R"(<CH ID="4"><IP>10.0.0.4</IP></CH></CHList>)"},
+             {"40994", "<COMPortList><COMPort>COM1</COMPort></COMPortList>"}}));
         makeService({});
     }
 
@@ -113,6 +119,82 @@ TEST_F(ServiceTest, refusesUnknownIdsAndBrokenTextsWithoutHarm) {
         EXPECT_EQ(send(bad), "-1") << bad;
     }
     EXPECT_EQ(reply(R"(<CMD ID="40964" />)").ret, 0) << "a notice of the client is acknowledged";
+}
+
+// The ids the client sends, by what they do; the service has one row for each and no other.
+TEST(CommandTable, everyIdOfTheClientHasARowOfItsKind) {
+    const std::set<int32_t> reads = {4098,  4100,  4101,  4109,  8193,  8194,  8199,  12297, 12302, 22546,
+                                     24578, 24582, 32772, 32773, 32774, 32777, 32778, 32780, 32783, 32785,
+                                     32787, 32792, 32794, 32796, 32799, 32801, 32803, 32805, 32808, 32809,
+                                     32811, 32815, 32816, 32820, 32824, 32828, 32832, 32833, 32837, 40961,
+                                     40994, 40995, 40996, 1183748};
+    const std::set<int32_t> writes = {12289, 12290, 12291, 12292, 12294, 12298, 12300, 12303, 24581, 32769,
+                                      32770, 32771, 32775, 32776, 32779, 32782, 32784, 32786, 32789, 32791,
+                                      32793, 32795, 32797, 32800, 32802, 32804, 32806, 32807, 32810, 32812,
+                                      32814, 32821, 32825, 32826, 32827, 32829, 32830, 32831, 32834, 32835,
+                                      32836, 32838};
+    // Notices, exports, simulators, log queries and captures.
+    const std::set<int32_t> others = {28677, 32813, 32822, 36865, 36866, 36867, 36868, 36870,
+                                      36871, 36872, 40963, 40964, 40992, 40993, 45057, 45058};
+    size_t rows = 0;
+    for (const CommandRow& row : commandTable()) {
+        ++rows;
+        const CommandKind want = reads.count(row.id)    ? CommandKind::kRead
+                                 : writes.count(row.id) ? CommandKind::kWrite
+                                                        : CommandKind::kNotice;
+        EXPECT_EQ(row.kind, want) << row.id;
+        EXPECT_TRUE(reads.count(row.id) || writes.count(row.id) || others.count(row.id)) << row.id << " is no id of the client";
+        EXPECT_EQ(findCommand(row.id), &row) << row.id;
+        EXPECT_TRUE(row.handler) << row.id;
+        // Only writes change documents or log a change, and what they change has a key.
+        if (row.update || row.logSubCode) EXPECT_EQ(row.kind, CommandKind::kWrite) << row.id;
+        if (row.update) EXPECT_FALSE(row.key.empty()) << row.id;
+        if (row.logSubCode) EXPECT_TRUE(row.logSubCode >= 513 && row.logSubCode <= 519) << row.id;
+    }
+    EXPECT_EQ(rows, reads.size() + writes.size() + others.size()) << "one row an id";
+    EXPECT_EQ(findCommand(32790), nullptr) << "the pushed server information is no command";
+    EXPECT_EQ(findCommand(36869), nullptr);
+}
+
+// Answers that depend on the request and the stored state, where a fixed answer would lie.
+TEST_F(ServiceTest, answersLookAtTheRequest) {
+    const struct {
+        const char* command;
+        int ret;
+        const char* body;  // the answer's text after the RESPONSE tag, up to its end
+    } cases[] = {
+        // A preset point exists on a camera with PTZ only.
+        {R"(<CMD ID="12300" ><UserData>u</UserData><Param><CH>3</CH><ID>1</ID><Name>a</Name></Param></CMD>)", 0, "<UserData>u</UserData>"},
+        {R"(<CMD ID="12300" ><UserData>u</UserData><Param><CH>4</CH><ID>1</ID><Name>a</Name></Param></CMD>)", -1, "<UserData>u</UserData>"},
+        // A simulation runs on a configured channel.
+        {R"(<CMD ID="32822"><Param><CH>4</CH><Type>1</Type></Param></CMD>)", 0, ""},
+        {R"(<CMD ID="32822"><Param><CH>9</CH><Type>1</Type></Param></CMD>)", -1, ""},
+        // A preview opens the camera: one that refuses the account or does not answer says so.
+        {R"(<CMD ID="22546"><Param><IP>192.168.20.21</IP><UserName>a</UserName><Password>b</Password></Param></CMD>)", 0, ""},
+        {R"(<CMD ID="22546"><Param><IP>192.168.20.90</IP><UserName>a</UserName><Password>b</Password></Param></CMD>)", -6, ""},
+        {R"(<CMD ID="22546"><Param><IP>10.9.9.9</IP><UserName>a</UserName><Password>b</Password></Param></CMD>)", -5, ""},
+        // A capture listens on a port the machine has; stopping it gives what it received.
+        {R"(<CMD ID="40992"><Param><SerialPort>COM7</SerialPort></Param></CMD>)", -1, "<ID>-1</ID>"},
+        {R"(<CMD ID="40992"><Param><SerialPort>COM1</SerialPort></Param></CMD>)", 0, "<ID>1</ID>"},
+        {R"(<CMD ID="40993"><Param><ID>1</ID></Param></CMD>)", 0, "<POSData></POSData>"},
+        {R"(<CMD ID="40993"><Param><ID>1</ID></Param></CMD>)", -1, ""},  // already stopped
+        // An added POS entry answers its new id; a change of one that does not exist is refused.
+        {"<CMD ID=\"32825\"><Param><Name>Till</Name></Param></CMD>", 0, "<ID>1</ID>"},
+        {"<CMD ID=\"32825\"><Param><Name>Till 2</Name></Param></CMD>", 0, "<ID>2</ID>"},
+        {"<CMD ID=\"32826\"><Param><ID>5</ID><Name>x</Name></Param></CMD>", -1, ""},
+        {"<CMD ID=\"32827\"><Param><ID>1</ID></Param></CMD>", 0, ""},
+        {"<CMD ID=\"32827\"><Param><ID>1</ID></Param></CMD>", -1, ""},  // already removed
+    };
+    for (const auto& c : cases) {
+        const std::string text = send(c.command);
+        const size_t open = text.find('>') + 1;
+        EXPECT_EQ(text.substr(0, open).find("RET=\"" + std::to_string(c.ret) + "\""), 10u) << c.command << "\n" << text;
+        EXPECT_EQ(text.substr(open, text.size() - open - 11), c.body) << c.command;
+    }
+    // A removed profile can no longer be read.
+    ASSERT_TRUE(store_->put("32832", "<FilterProfileList><FilterProfile><ID>3</ID><Name>three</Name></FilterProfile></FilterProfileList>"));
+    EXPECT_EQ(reply(R"(<CMD ID="32836"><Param><ID>3</ID></Param></CMD>)").ret, 0);
+    EXPECT_EQ(reply(R"(<CMD ID="32833"><UserData>ID=3</UserData><Param><ID>3</ID></Param></CMD>)").ret, -1);
 }
 
 TEST_F(ServiceTest, accountsCompareNamesWithoutCaseAndPasswordsExactly) {

@@ -24,9 +24,11 @@ TEST(SimStore, keepsDocumentsAcrossReopenAndResetEmptiesThem) {
         EXPECT_EQ(store.value()->get("32801"), "<UserList>changed</UserList>");
         EXPECT_EQ(store.value()->get("24582"), "<CHList Name=\"Kamera \xC3\xA4\">'x'</CHList>");
         EXPECT_EQ(store.value()->get("missing"), std::nullopt);
-        // A document read as missing is found once written.
+        // A document read as missing is found once written; an empty body removes it again.
         ASSERT_TRUE(store.value()->put("missing", "<X />"));
         EXPECT_EQ(store.value()->get("missing"), "<X />");
+        ASSERT_TRUE(store.value()->putAll({{"missing", ""}}));
+        EXPECT_EQ(store.value()->get("missing"), std::nullopt);
     }
     auto reset = SimStore::open(file, true);
     ASSERT_TRUE(reset);

@@ -28,7 +28,7 @@
 #include "tests/ui/gui_support.h"
 #include "ui/channel_page.h"
 #include "ui/channel_preview.h"
-#include "ui/channel_subject.h"
+#include "channels/subject.h"
 #include "ui/client_app.h"
 #include "ui/config_window.h"
 #include "ui/search_dialog.h"
@@ -170,8 +170,8 @@ TEST_F(ChannelGui, PageOpensOnTheFirstChannelWithItsValuesAndStatus) {
     const int preview = FindCommand(traffic(), 22546);
     ASSERT_GE(preview, 0);
     EXPECT_NE(traffic()[static_cast<size_t>(preview)].find("<IP>192.168.10.102</IP>"), std::string::npos);
-    ASSERT_NE(app->channelSubject()->previewWindow(), nullptr);
-    EXPECT_TRUE(app->channelSubject()->previewWindow()->isVisible());
+    ASSERT_NE(app->channelPage()->previewWindow(), nullptr);
+    EXPECT_TRUE(app->channelPage()->previewWindow()->isVisible());
     EXPECT_TRUE(boxes.texts.empty());
 }
 
@@ -273,7 +273,7 @@ TEST_F(ChannelGui, DetectionRefusalsShowTheirMessages) {
 TEST_F(ChannelGui, SearchTakesAFoundCameraOverAndItIsSaved) {
     click("cmdComit_2");  // no channel chosen
     click("cmdSearch");
-    kv::ui::SearchDialog* dialog = app->channelSubject()->searchDialog();
+    kv::ui::SearchDialog* dialog = app->channelPage()->searchDialog();
     ASSERT_NE(dialog, nullptr);
     auto* cameras = Find<QTableWidget>(dialog, "CameraList");
     ASSERT_TRUE(WaitFor([&] { return cameras->rowCount() > 0; }));
@@ -288,7 +288,7 @@ TEST_F(ChannelGui, SearchTakesAFoundCameraOverAndItIsSaved) {
     // The hand-over: no channel was chosen, so the first free one takes the camera.
     ClickCell(cameras, rowOf["192.168.20.23:80"], 0, true);
     ASSERT_TRUE(WaitFor([&] {
-        kv::ui::SearchDialog* d = app->channelSubject()->searchDialog();
+        kv::ui::SearchDialog* d = app->channelPage()->searchDialog();
         return !d || !d->isVisible();
     })) << "the dialog closes";
     EXPECT_EQ(model().iSelCH, kFreeChannel);

@@ -18,9 +18,9 @@
 #include <deque>
 #include <signal.h>
 
-#include "admin/local_service.h"
+#include "app/local_service.h"
 #include "admin/server_page.h"
-#include "app/client_host.h"
+#include "session/client_host.h"
 #include "app/shell.h"
 #include "base/lang.h"
 #include "store/local_db.h"
@@ -81,15 +81,15 @@ struct Client : kv::test::GuiTest {
 };
 
 // A local service that is stopped until it is started.
-class FakeLocalService : public admin::LocalServiceControl {
+class FakeLocalService : public app::LocalServiceControl {
 public:
-    int32_t state = admin::service_state::kStopped;
+    int32_t state = app::service_state::kStopped;
     int starts = 0;
     int32_t query() override { return state; }
     bool create() override { return true; }
     bool start() override {
         ++starts;
-        state = admin::service_state::kRunning;
+        state = app::service_state::kRunning;
         return true;
     }
     bool stop() override { return true; }
@@ -103,7 +103,7 @@ TEST_F(Client, StoppedLocalServiceStartsFromItsDialogAndTheLoginGoesOn) {
     startSim();
     const fs::path home = dir / "home";
     std::string error;
-    ASSERT_TRUE(app::PopulateHome(home, app::ShareFolders(), &error)) << error;
+    ASSERT_TRUE(session::PopulateHome(home, session::ShareFolders(), &error)) << error;
     ASSERT_TRUE(store::WriteLocalServiceSettings(home / "Database", sim->port(), 80, 0, "This machine"));
     FakeLocalService service;
     kv::ui::ClientOptions o;
@@ -202,7 +202,7 @@ TEST_F(Client, EachFailingStatusShowsOnTheStatusLine) {
         app.reset();
         startSim(c.simArgs, "data" + std::to_string(n++));
         startClient();
-        app::ServerRow row;
+        session::ServerRow row;
         row.ServiceIP = "127.0.0.1";
         row.ServicePort = sim->port();
         row.ServiceName = "Sim";
@@ -369,7 +369,7 @@ TEST_F(Client, LanguageSwitchRepaintsEveryCaptionLive) {
 }
 
 TEST_F(Client, SecondInstanceShowsItsMessageAndEnds) {
-    app::InstanceLock first;
+    session::InstanceLock first;
     ASSERT_TRUE(first.acquire(dir / "home"));
     startClient();
     EXPECT_TRUE(app->ended());

@@ -106,11 +106,11 @@ struct UserPageGui : kv::test::GuiTest {
     }
     // A second client logs in from its login form, where names and passwords keep their case.
     // Returns the status line it ended with, "entered" once the configuration opened.
-    std::string loginFromForm(const std::string& user, const std::string& password, app::Config* loaded = nullptr) {
+    std::string loginFromForm(const std::string& user, const std::string& password, session::Config* loaded = nullptr) {
         TempDir home;
         auto other = makeClient("", home.path());
         other->start();
-        app::ServerRow row;
+        session::ServerRow row;
         row.ServiceIP = "127.0.0.1";
         row.ServicePort = sim->port();
         row.ServiceName = "Sim";
@@ -233,7 +233,7 @@ TEST_F(UserPageGui, NewGroupAndAccountsReachTheServiceAndTheNewAdministratorLogs
 
     // The service checks logins against what it stored: the new administrator may configure; the
     // other new account's password is accepted, but its group may not configure.
-    app::Config loaded;
+    session::Config loaded;
     EXPECT_EQ(loginFromForm("Olaf", "Adm1n-Two", &loaded), "entered");
     ASSERT_EQ(loaded.strUserGroup.size(), 4u);
     EXPECT_EQ(loaded.strUserGroup[3].Type0, "1,17,64");

@@ -1,0 +1,84 @@
+// Control of the service on this machine: create, start, stop, delete and query, behind one
+// interface, with a systemd unit where systemd runs and a detached process elsewhere.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kv::app {
+
+/// The name of the local service.
+inline constexpr const char* kLocalServiceName = "Kelvarra64";
+
+namespace service_state {
+inline constexpr int32_t kStopped = 1;
+inline constexpr int32_t kStartPending = 2;
+inline constexpr int32_t kStopPending = 3;
+inline constexpr int32_t kRunning = 4;
+inline constexpr int32_t kUnknown = -2;  // not installed, or the state cannot be told
+}  // namespace service_state
+
+/// How the local service runs: the program and its arguments.
+struct LocalServiceSpec {
+    std::filesystem::path program;  // kelvarra-sim
+    std::vector<std::string> arguments;
+    std::filesystem::path home;     // the client's home folder (pid file, unit file, logs)
+};
+
+class LocalServiceControl {
+public:
+    virtual ~LocalServiceControl() = default;
+    /// The state: 1 stopped, 2 starting, 3 stopping, 4 running, -2 not installed or unknown.
+    virtual int32_t query() = 0;
+    /// The state as the service manager words it: "Running", "Stopped", ... or "Uninstall".
+    std::string stateText();
+    virtual bool create() = 0;
+    virtual bool start() = 0;
+    virtual bool stop() = 0;
+    virtual bool remove() = 0;
+    /// What this implementation uses, for messages and the log.
+    virtual std::string describe() const = 0;
+};
+
+/// A systemd unit "Kelvarra64.service": the system manager when running as root, else the user's.
+std::unique_ptr<LocalServiceControl> MakeSystemdService(const LocalServiceSpec& setup);
+/// A detached process with a pid file in the home folder, for machines without systemd.
+std::unique_ptr<LocalServiceControl> MakeProcessService(const LocalServiceSpec& setup);
+/// Systemd when it runs here (and answers), otherwise the detached process.
+std::unique_ptr<LocalServiceControl> MakeLocalService(const LocalServiceSpec& setup);
+/// True when systemd is the init system of this machine.
+bool SystemdRunning();
+
+/// The dialog that waits for the local service to start: one tick a second.
+class ServiceCtrlModel {
+public:
+    ServiceCtrlModel(LocalServiceControl& control, int32_t limitSeconds = 30);
+
+    int32_t state = service_state::kUnknown;
+    bool startButtonVisible = false;
+    bool startButtonEnabled = false;
+    bool closed = false;        // Running reached: the dialog closes and the login goes on
+    int32_t elapsedSeconds = 0;
+    /// The status text parts: text 367 when running; 515 + "..." + seconds and 463 while starting;
+    /// 516 at the limit. The page puts them together with the language.
+    int32_t statusTextId = 0;
+    int32_t secondTextId = 0;
+
+    /// Opening: shows the start button when the service is off (creating it first when absent).
+    void open();
+    /// The start button.
+    void imgButton_Click();
+    /// Timer1, once a second, with the seconds since the start of the wait.
+    void Timer1(int32_t elapsed);
+    bool waiting() const { return waiting_; }
+
+private:
+    LocalServiceControl& control_;
+    int32_t limit_;
+    bool waiting_ = false;
+};
+
+}  // namespace kv::app

@@ -1,0 +1,18 @@
+// The list of subjects.
+#include "session/subjects.h"
+
+#include "admin/subject.h"
+#include "channels/subject.h"
+#include "users/subject.h"
+
+namespace kv::session {
+
+SubjectList MakeSubjects(Config& c, const app::SubjectServices& s, admin::ServerPageHost& serverHost) {
+    SubjectList list;
+    list.push_back(std::make_unique<admin::AdminSubject>(c, c, serverHost, s));
+    list.push_back(std::make_unique<users::UsersSubject>(c, c.iMaxChannel, s));
+    list.push_back(std::make_unique<channels::ChannelSubject>(c, s));
+    return list;
+}
+
+}  // namespace kv::session
