@@ -1,6 +1,7 @@
 // Parsers of the server information, DDNS settings and service status.
 #include "admin/codec.h"
 
+#include "app/wire.h"
 #include "app/commands.h"
 #include "app/protocol.h"
 #include "app/xml_read.h"
@@ -80,9 +81,7 @@ bool GetServiceStatus(std::string_view xml, ServiceStatus& s) { return GetServic
 
 namespace {
 
-std::string element(const char* name, const std::string& value) {
-    return std::string("<") + name + ">" + value + "</" + name + ">";
-}
+std::string element(const char* name, const std::string& value) { return app::wire::Elem(name, value); }
 
 // The "Status" child of RESPONSE; false when the answer has none.
 bool readStatus(const pugi::xml_document& doc, int16_t& status) {
@@ -100,9 +99,9 @@ bool readStatus(const pugi::xml_document& doc, int16_t& status) {
 }  // namespace
 
 std::string Get_SaveServerInfor_XML(const ServerInfo& i) {
-    std::string body = element("IP", base::XMLFilter(i.IP, true));
+    std::string body = app::wire::Text("IP", i.IP);
     body += "<DomainName /><SerialNumber />";
-    body += element("Name", base::XMLFilter(i.Name, true));
+    body += app::wire::Text("Name", i.Name);
     body += element("Port", std::to_string(i.Port));
     body += element("DSTIndex", std::to_string(i.DSTIndex));
     body += element("DSTEnable", i.DSTEnable ? "1" : "0");
@@ -119,17 +118,17 @@ std::string Get_SetDDNSSetting_XML(const DDNSSetting& d) {
     std::string body = element("Enable", d.Enable ? "1" : "0");
     body += element("Server", std::to_string(d.Server));
     body += element("Period", std::to_string(d.Period));
-    body += element("DomainName", base::XMLFilter(d.DomainName, true));
-    body += element("UserName", base::XMLFilter(d.UserName, true));
-    body += element("Password", base::XMLFilter(d.Password, true));
+    body += app::wire::Text("DomainName", d.DomainName);
+    body += app::wire::Text("UserName", d.UserName);
+    body += app::wire::Text("Password", d.Password);
     return app::CommandA(app::cmd::kSetDdns, body);
 }
 
 std::string Get_DDNSChecking_XML(const DDNSSetting& d) {
     std::string body = element("Server", std::to_string(d.Server));
-    body += element("DomainName", base::XMLFilter(d.DomainName, true));
-    body += element("UserName", base::XMLFilter(d.UserName, true));
-    body += element("Password", base::XMLFilter(d.Password, true));
+    body += app::wire::Text("DomainName", d.DomainName);
+    body += app::wire::Text("UserName", d.UserName);
+    body += app::wire::Text("Password", d.Password);
     return app::CommandA(app::cmd::kCheckDdns, body);
 }
 

@@ -7,6 +7,7 @@
 #include "app/commands.h"
 #include "app/dispatcher.h"
 #include "app/protocol.h"
+#include "app/wire.h"
 #include "app/shell.h"
 #include "base/lang.h"
 #include "base/text.h"
@@ -174,13 +175,11 @@ void ServerPageModel::txtDDNS_Change(int32_t index, const std::string& value) {
 }
 
 bool ServerPageModel::SaveSystem(const ServerInfo& info) {
-    const std::string reply = link_.SendCommand(0, true, Get_SaveServerInfor_XML(info));
-    return base::CheckResult(reply) >= 0 && app::CheckCMDReturn(reply) >= 0;
+    return app::SendWrite(link_, Get_SaveServerInfor_XML(info));
 }
 
 bool ServerPageModel::SetDDNS(const DDNSSetting& ddns) {
-    const std::string reply = link_.SendCommand(0, true, Get_SetDDNSSetting_XML(ddns));
-    return base::CheckResult(reply) >= 0 && app::CheckCMDReturn(reply) >= 0;
+    return app::SendWrite(link_, Get_SetDDNSSetting_XML(ddns));
 }
 
 bool ServerPageModel::cmd_System_Click(int32_t index) {

@@ -123,6 +123,8 @@ public:
     void proPortCheckReturn();
     /// CPU load and HTTP state from the last status answer.
     void showServiceStatus();
+    /// The language button applies a language chosen in the combo.
+    bool canApplyLanguage() const { return languageIndex >= 0; }
     /// The shell's timer: consumes the marks of this page.
     void onMarks();
     /// The answers of the port check, the DDNS test and the DDNS status.

@@ -13,6 +13,8 @@
 #include <sstream>
 #include <thread>
 
+#include "base/lang.h"
+
 namespace kv::app {
 
 namespace fs = std::filesystem;
@@ -282,6 +284,21 @@ void ServiceCtrlModel::Timer1(int32_t elapsed) {
         waiting_ = false;
         startButtonEnabled = true;
     }
+}
+
+std::string ServiceCtrlModel::statusText(const base::Language& lang) const {
+    if (statusTextId == 0) {
+        const int32_t id = state == service_state::kRunning        ? 367
+                           : state == service_state::kStartPending ? 463
+                           : state == service_state::kStopPending  ? 514
+                           : state == service_state::kStopped      ? 407
+                                                                   : 513;
+        return lang.GetText(id);
+    }
+    std::string t = lang.GetText(statusTextId);
+    if (statusTextId == 515) t += "... " + std::to_string(elapsedSeconds) + " s";
+    if (secondTextId != 0) t += "  (" + lang.GetText(secondTextId) + ")";
+    return t;
 }
 
 }  // namespace kv::app

@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+namespace kv::base {
+class Language;
+}
+
 namespace kv::app {
 
 /// The name of the local service.
@@ -74,6 +78,9 @@ public:
     /// Timer1, once a second, with the seconds since the start of the wait.
     void Timer1(int32_t elapsed);
     bool waiting() const { return waiting_; }
+    /// The status line: the state's text while nothing is under way (367 running, 463 start
+    /// pending, 514 stop pending, 407 stopped, 513 not installed), else the wait's texts.
+    std::string statusText(const base::Language& lang) const;
 
 private:
     LocalServiceControl& control_;

@@ -49,13 +49,17 @@ private:
 
 /// Rebuilds `list` without the entries `gone` names, the order of the others kept; a list left
 /// empty holds one blank record (the sentinel). Entries with a channel of 0 or less go in the
-/// same pass when `gone` says so.
+/// same pass when `gone` says so. True when a record other than a blank one went, so that the
+/// subject knows whether its list must be saved.
 template <class List, class Gone>
 bool PruneList(List& list, Gone gone) {
+    using Record = typename List::value_type;
     List kept;
-    for (auto& entry : list)
+    bool changed = false;
+    for (auto& entry : list) {
         if (!gone(entry)) kept.push_back(std::move(entry));
-    const bool changed = kept.size() != list.size();
+        else if (!(entry == Record{})) changed = true;
+    }
     if (kept.empty()) kept.resize(1);
     list = std::move(kept);
     return changed;

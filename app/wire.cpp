@@ -33,6 +33,8 @@ std::string Attr(std::string_view name, int64_t value) {
 
 }  // namespace wire
 
+bool WriteAccepted(std::string_view reply) { return base::CheckResult(reply) >= 0 && CheckCMDReturn(reply) >= 0; }
+
 bool SendWrite(link::ServiceLink& link, const std::string& command, std::string* reply) {
     std::string answer;
     try {
@@ -40,7 +42,7 @@ bool SendWrite(link::ServiceLink& link, const std::string& command, std::string*
     } catch (...) {
         answer = "-1";
     }
-    const bool ok = base::CheckResult(answer) >= 0 && CheckCMDReturn(answer) >= 0;
+    const bool ok = WriteAccepted(answer);
     if (reply) *reply = std::move(answer);
     return ok;
 }

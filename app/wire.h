@@ -29,6 +29,10 @@ std::string Attr(std::string_view name, int64_t value);
 
 namespace kv::app {
 
+/// The result rule of every save: the link answered (no "-" text) and the answer's RET is not
+/// negative.
+bool WriteAccepted(std::string_view reply);
+
 /// Sends a write and waits for its answer. True when the link answered (no "-" text) and the
 /// answer's RET is not negative: the result rule of every save. `reply`, when given, receives
 /// the text (a "-" code when the link failed).

@@ -36,6 +36,9 @@ inline constexpr int32_t kEmptyField = 295, kWrongPassword = 400, kCameraNotSupp
 enum NetworkField : int { kNetName = 0, kNetIP, kNetHTTPPort, kNetUserName, kNetPassword };
 inline constexpr int kNetworkFieldCount = 5;
 
+/// The tabs of `tabChannel`.
+enum ChannelTab : int { kTabSetting = 0, kTabList = 1, kTabPtz = 2 };
+
 /// The buttons of `cmdComit` by index.
 enum CommitButton : int { kCommitSave = 0, kCommitRemove, kCommitCancel, kCommitPreview };
 

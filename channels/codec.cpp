@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "app/wire.h"
 #include "app/commands.h"
 #include "app/protocol.h"
 #include "app/xml_read.h"
@@ -16,18 +17,9 @@ using xml::forEachElement;
 using xml::named;
 using xml::textOf;
 
-std::string el(std::string_view name, std::string_view text) {
-    std::string s = "<";
-    s += name;
-    s += '>';
-    s += base::XMLFilter(text, true);
-    s += "</";
-    s += name;
-    s += '>';
-    return s;
-}
-
-std::string el(std::string_view name, int64_t value) { return el(name, std::to_string(value)); }
+// The codec kit's element builders under one short name: text is escaped, numbers are not.
+std::string el(std::string_view name, std::string_view text) { return app::wire::Text(name, text); }
+std::string el(std::string_view name, int64_t value) { return app::wire::Num(name, value); }
 
 int16_t num16(pugi::xml_node n) { return app::ToInt16(textOf(n)); }
 int32_t num32(pugi::xml_node n) { return app::ToInt32(textOf(n)); }

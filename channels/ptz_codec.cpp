@@ -1,6 +1,7 @@
 // PTZ, preset and fisheye commands, concatenated byte for byte, and their readers.
 #include "channels/ptz_codec.h"
 
+#include "app/wire.h"
 #include "app/commands.h"
 #include "app/protocol.h"
 #include "app/xml_read.h"
@@ -10,14 +11,9 @@
 namespace kv::channels {
 namespace {
 
-std::string el(std::string_view name, std::string_view text) {
-    return "<" + std::string(name) + ">" + base::XMLFilter(text, true) + "</" + std::string(name) + ">";
-}
-std::string el(std::string_view name, int64_t value) { return el(name, std::to_string(value)); }
-
-std::string attr(std::string_view name, std::string_view value) {
-    return " " + std::string(name) + "=\"" + base::XMLFilter(value, true) + "\"";
-}
+std::string el(std::string_view name, std::string_view text) { return app::wire::Text(name, text); }
+std::string el(std::string_view name, int64_t value) { return app::wire::Num(name, value); }
+std::string attr(std::string_view name, std::string_view value) { return app::wire::Attr(name, value); }
 
 // The preset commands open with a blank before ">" and carry the caller's UserData.
 std::string withUserData(int32_t id, std::string_view userData, std::string_view body) {

@@ -5,6 +5,7 @@
 
 #include "app/commands.h"
 #include "app/protocol.h"
+#include "app/wire.h"
 #include "app/xml_read.h"
 #include "base/lang.h"
 #include "base/text.h"
@@ -27,7 +28,7 @@ constexpr std::array<PtzMove, kPtzButtons> kMoves = {{
 constexpr int32_t kEmptyField = 295;
 constexpr int32_t kSaveFailed = 579;
 
-bool sent(const std::string& answer) { return base::CheckResult(answer) >= 0 && app::CheckCMDReturn(answer) >= 0; }
+bool sent(const std::string& answer) { return app::WriteAccepted(answer); }
 
 }  // namespace
 
@@ -254,6 +255,7 @@ bool PtzPanel::img_Preset_Btn_Click(int index) {
                 return false;
             }
             setDirty(false);
+            if (onSaved) onSaved();
             return true;
         case kPresetUp:
             if (selectedPreset < 1 || selectedPreset >= n) return false;

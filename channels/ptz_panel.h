@@ -64,10 +64,17 @@ public:
     int fisheyePanes = 0;     // 4 while the camera shows quad panes
     /// The preset area's dirty flag (slot 10) changed.
     std::function<void(bool)> onDirtyChanged;
+    /// The list reached the service (a save, or a remove or move that saves).
+    std::function<void()> onSaved;
 
     bool dirty() const { return bDirty_; }
     /// The channel of `cmdPtesetCH`: the number behind "[", 0 when none is chosen.
     int32_t channel() const;
+    /// What the buttons offer: a chosen channel; a selected preset; room for one more; a list to save.
+    bool channelChosen() const { return channel() > 0; }
+    bool presetChosen() const { return channel() > 0 && selectedPreset >= 0; }
+    bool canAddPreset() const { return channel() > 0 && !bPresetFull; }
+    bool canSavePresets() const { return channel() > 0 && dirty(); }
 
     /// Fills the channel combo from the table.
     void Refresh();

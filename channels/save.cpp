@@ -3,17 +3,13 @@
 
 #include "app/commands.h"
 #include "app/protocol.h"
-#include "base/text.h"
+#include "app/wire.h"
 #include "channels/codec.h"
 #include "channels/ptz_codec.h"
 
 namespace kv::channels {
 
-bool SendWrite(link::ServiceLink& link, const std::string& command, std::string* reply) {
-    const std::string answer = link.SendCommand(0, true, command);
-    if (reply) *reply = answer;
-    return base::CheckResult(answer) >= 0 && app::CheckCMDReturn(answer) >= 0;
-}
+using app::SendWrite;
 
 bool SaveChannel_Setting(link::ServiceLink& link, const ChannelRecord& record, std::string* reply) {
     return SendWrite(link, Get_Channel_ADD_XML(record), reply);

@@ -11,7 +11,6 @@ namespace kv::channels {
 
 /// Sends `command` and waits. True when the link answered and the answer's RET is not negative.
 /// `reply`, when given, receives the link's text (a "-" code on a link failure).
-bool SendWrite(link::ServiceLink& link, const std::string& command, std::string* reply = nullptr);
 
 /// 24581 with the whole channel.
 bool SaveChannel_Setting(link::ServiceLink& link, const ChannelRecord& record, std::string* reply = nullptr);

@@ -38,20 +38,28 @@ void ChannelSubject::registerReaders(app::Dispatcher& d) {
 void ChannelSubject::attach(app::ShellPort& shell) {
     shell_ = &shell;
     ptz_.onDirtyChanged = [&shell](bool dirty) { shell.setDirty(app::area::kPresets, dirty); };
+    ptz_.onSaved = [&shell] { shell.saveSucceeded(app::area::kPresets); };
     shell.registerPage(app::menu::kChannel, [this] {
         page_.OpenChannelFrame();
         ptz_.Refresh();
     });
     shell.registerSave(app::area::kChannel, [this] { return page_.SaveSetting(); });
-    shell.registerSave(app::area::kPresets, [this, &shell] {
-        const bool ok = ptz_.SaveSetting();
-        if (ok) shell.saveSucceeded(app::area::kPresets);
-        return ok;
-    });
+    shell.registerSave(app::area::kPresets, [this] { return ptz_.SaveSetting(); });
 }
 
 std::unique_ptr<app::DocumentPart> ChannelSubject::document() {
     return std::make_unique<ChannelDocument>(tables_, services_.link, services_.removal);
+}
+
+void ChannelSubject::tabChannel_Click(int index) {
+    page_.tabChannel = index;
+    if (index == kTabPtz) showPtz();
+}
+
+bool ChannelSubject::gridChannelList_DblClick(int row) {
+    if (!page_.SelectChannel(row + 1)) return false;
+    page_.tabChannel = kTabSetting;
+    return true;
 }
 
 void ChannelSubject::showPtz() {

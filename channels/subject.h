@@ -29,9 +29,12 @@ public:
     PtzPanel& ptz() { return ptz_; }
     FormSearch& search() { return search_; }
 
-    /// The PTZ tab opens: its channel combo follows the table, and a channel is chosen (the
-    /// one being edited when it has PTZ, else the first).
+    /// A tab of `tabChannel`: the PTZ tab opens with its channel combo following the table, and
+    /// a channel is chosen (the one being edited when it has PTZ, else the first).
+    void tabChannel_Click(int index);
     void showPtz();
+    /// A double click on the channel list: that channel on the setting tab.
+    bool gridChannelList_DblClick(int row);
     /// The preview window shows a record (set by the desktop client; nothing without one).
     std::function<void(const ChannelRecord&)> showPreviewWindow;
     /// The recording's dual stream of a channel, and switching it off (set by the recording

@@ -7,7 +7,7 @@
 
 #include "app/commands.h"
 #include "app/protocol.h"
-#include "link/service_link.h"
+#include "link/observed_link.h"
 
 namespace kv::cli {
 
@@ -67,7 +67,7 @@ bool stageAll(const Json& doc, app::Stage& stage, Parts& parts, std::ostream& er
 }  // namespace
 
 int Apply(const Json& doc, Parts& parts, link::ServiceLink& link, const base::Language& lang, std::ostream& out,
-          std::ostream& err) {
+          std::ostream& err, link::ObservedLink* echo) {
     if (!doc.is_object()) {
         err << "not a document of kelvarra-ctl dump (expected a JSON object)\n";
         return kExitBadDocument;
@@ -101,7 +101,12 @@ int Apply(const Json& doc, Parts& parts, link::ServiceLink& link, const base::La
             rc = kExitRefused;
             break;
         }
+        if (echo)
+            echo->onSend = [&out](const std::string& command, const std::string& answer, bool) {
+                out << "sent: " << command << "\n" << "answer: " << answer << "\n";
+            };
         p.commit();
+        if (echo) echo->onSend = nullptr;
     }
     // As the shell's save of every area does: tell the service that settings were saved, and
     // take no notice of its answer.

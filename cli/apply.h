@@ -15,6 +15,7 @@ namespace kv::base {
 class Language;
 }
 namespace kv::link {
+class ObservedLink;
 class ServiceLink;
 }
 
@@ -36,7 +37,9 @@ std::optional<Json> ReadDocument(const std::filesystem::path& file, std::string&
 /// Applies `doc` to the service behind `link`. Prints what it sends and what the service answers
 /// on `out`, warnings and refusals on `err`. Returns 0 (applied, or nothing differs),
 /// kExitBadDocument, or kExitRefused (by the page rules, with nothing sent, or by the service).
+/// `echo`, when given, is the link the session sends through: what the subjects send after a
+/// write was taken (the lists a channel removal pruned) is printed as well.
 int Apply(const Json& doc, Parts& parts, link::ServiceLink& link, const base::Language& lang, std::ostream& out,
-          std::ostream& err);
+          std::ostream& err, link::ObservedLink* echo = nullptr);
 
 }  // namespace kv::cli

@@ -114,7 +114,7 @@ int main(int argc, char** argv) {
     if (dumpCmd->parsed()) std::cout << kv::cli::Dump(parts).dump(2) << "\n";
     if (loginCmd->parsed() && verbose) std::cerr << "logged in\n";
     int rc = 0;
-    if (applyCmd->parsed()) rc = kv::cli::Apply(document, parts, client.link(), lang, std::cout, std::cerr);
+    if (applyCmd->parsed()) rc = kv::cli::Apply(document, parts, client.link(), lang, std::cout, std::cerr, &client.link());
     client.leave();
     return rc;
 }

@@ -8,6 +8,7 @@
 
 #include "app/shell.h"
 #include "base/log.h"
+#include "link/observed_link.h"
 #include "link/tcp_link.h"
 #include "session/session.h"
 
@@ -26,7 +27,8 @@ public:
                   int timeoutSeconds);
 
     Session& session() { return *session_; }
-    link::TcpLink& link() { return link_; }
+    /// The link the session speaks through; its observer sees every command.
+    link::ObservedLink& link() { return link_; }
     /// The shell the subjects joined; null before the configuration opened.
     app::ShellModel* shell() const { return shell_.get(); }
     /// Runs the link's queued events for up to `timeoutMs`.
@@ -44,7 +46,8 @@ private:
     std::string title_;
     base::Log log_;
     QueueExecutor executor_;
-    link::TcpLink link_{executor_};
+    link::TcpLink tcp_{executor_};
+    link::ObservedLink link_{tcp_};
     app::SystemClock clock_;
     std::unique_ptr<Session> session_;
     std::unique_ptr<app::ShellModel> shell_;

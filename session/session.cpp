@@ -42,13 +42,25 @@ Session::Session(link::ServiceLink& link, app::Prompter& prompter, const base::L
         s->registerReaders(dispatcher);
         s->registerRemoval(removal);
     }
+    // Server information the service pushes rewrites the session's row of the known servers.
+    dispatcher.setFollowUp(app::FollowUp::ServiceInfo, [this, &host] {
+        if (!login.strService.empty()) host.storeServerTable(login.strService.front(), config.serverInfo);
+    });
     link_.setEvents(this);
 }
 
 Session::~Session() { link_.setEvents(nullptr); }
 
 void Session::attach(app::ShellPort& shell) {
+    attached_ = true;
     for (const auto& s : subjects_) s->attach(shell);
+}
+
+void Session::end() {
+    dispatcher.bAppEnding = true;
+    // Leaving from the login form: an attempt under way is given up. Once the configuration
+    // opened, the shell's way out logs out.
+    if (!attached_) link_.Logout(login.hLogin);
 }
 
 std::vector<std::unique_ptr<app::DocumentPart>> Session::documentParts() {

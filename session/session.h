@@ -66,6 +66,9 @@ public:
     /// The configuration opens (a window, or kelvarra-ctl's shell without one): every subject
     /// joins the shell.
     void attach(app::ShellPort& shell);
+    /// The program ends: events are silenced, and an attempt under way from the login form is
+    /// given up.
+    void end();
     /// Every subject's sections of kelvarra-ctl's documents, in the list's order.
     std::vector<std::unique_ptr<app::DocumentPart>> documentParts();
 
@@ -93,6 +96,7 @@ private:
     admin::ServerPageHost defaultServerHost_;
     SubjectList subjects_;
     size_t responsesRouted_ = 0;
+    bool attached_ = false;
 };
 
 }  // namespace kv::session

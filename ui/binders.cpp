@@ -4,21 +4,34 @@
 #include <QAbstractButton>
 #include <QComboBox>
 #include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QLineEdit>
 #include <QSignalBlocker>
 #include <QTableWidget>
 
+#include <memory>
+
 #include "ui/look.h"
 
 namespace kv::ui {
 
-std::vector<ComboItem> ItemsOf(const app::ComboBox& combo) {
-    std::vector<ComboItem> out;
-    out.reserve(combo.items.size());
-    for (const std::string& s : combo.items) out.push_back({s, {}});
-    return out;
+namespace {
+
+// Selects row `s` of a list grid, or nothing; a view whose selection is already so is left alone,
+// so that a refresh neither repaints it nor scrolls it back to the selected row.
+void showSelection(QTableWidget* w, int s) {
+    QItemSelectionModel* sel = w->selectionModel();
+    if (s >= 0 && s < w->rowCount()) {
+        const bool already = sel->isRowSelected(s, QModelIndex()) && sel->selectedRows().size() == 1 &&
+                             w->currentRow() == s;
+        if (!already) w->selectRow(s);
+    } else if (sel->hasSelection()) {
+        w->clearSelection();
+    }
 }
+
+}  // namespace
 
 void Binder::act(const std::function<void()>& action) {
     if (refreshing_) return;
@@ -68,26 +81,32 @@ void Binder::check(QAbstractButton* w, Get<bool> value, std::function<void(bool)
     QObject::connect(w, &QAbstractButton::clicked, w, [this, clicked](bool on) { act([&] { clicked(on); }); });
     shows_.push_back([w, value, enabled] {
         const QSignalBlocker block(w);
-        w->setChecked(value());
+        if (const bool v = value(); w->isChecked() != v) w->setChecked(v);
         if (enabled) w->setEnabled(enabled());
     });
 }
 
-void Binder::combo(QComboBox* w, Get<std::vector<ComboItem>> items, Get<int> index, std::function<void(int)> chosen,
-                   Get<bool> enabled) {
+void Binder::combo(QComboBox* w, Get<std::vector<std::string>> items, Get<int> index, std::function<void(int)> chosen,
+                   Get<bool> enabled, std::function<QIcon(size_t)> icon) {
     QObject::connect(w, qOverload<int>(&QComboBox::activated), w, [this, chosen](int i) { act([&] { chosen(i); }); });
-    shows_.push_back([w, items, index, enabled] {
+    // The texts the widget was last filled with: an unchanged list is not compared item by item.
+    auto shown = std::make_shared<std::vector<std::string>>();
+    shows_.push_back([w, items, index, enabled, icon, shown] {
         const QSignalBlocker block(w);
-        const std::vector<ComboItem> list = items();
-        bool same = w->count() == static_cast<int>(list.size());
-        for (int i = 0; same && i < w->count(); ++i) same = w->itemText(i) == Q(list[static_cast<size_t>(i)].text);
-        if (!same) {
+        std::vector<std::string> list = items();
+        if (list != *shown || w->count() != static_cast<int>(list.size())) {
             w->clear();
-            for (const ComboItem& it : list) w->addItem(it.icon, Q(it.text));
+            for (size_t i = 0; i < list.size(); ++i) w->addItem(icon ? icon(i) : QIcon(), Q(list[i]));
+            *shown = std::move(list);
         }
-        w->setCurrentIndex(index());
+        if (const int i = index(); w->currentIndex() != i) w->setCurrentIndex(i);
         if (enabled) w->setEnabled(enabled());
     });
+}
+
+void Binder::combo(QComboBox* w, const app::ComboBox& model, std::function<void(int)> chosen, Get<bool> enabled) {
+    combo(
+        w, [&model] { return model.items; }, [&model] { return model.index; }, std::move(chosen), std::move(enabled));
 }
 
 void Binder::grid(QTableWidget* w, Get<std::vector<std::string>> headings, Get<Cells> rows, Get<int> selected,
@@ -101,31 +120,47 @@ void Binder::grid(QTableWidget* w, Get<std::vector<std::string>> headings, Get<C
             act([&] { clicked(row); });
         });
     }
-    shows_.push_back([w, headings, rows, selected] {
+    // What the widget shows (the grid is read-only, so it changes only here): a refresh compares
+    // the model's rows with it and writes the cells that differ, nothing when none does.
+    struct Shown {
+        std::vector<std::string> heads;
+        Cells cells;
+    };
+    auto shown = std::make_shared<Shown>();
+    shows_.push_back([w, headings, rows, selected, shown] {
         const QSignalBlocker block(w);
-        const std::vector<std::string> heads = headings();
-        if (w->columnCount() != static_cast<int>(heads.size())) w->setColumnCount(static_cast<int>(heads.size()));
-        for (int c = 0; c < static_cast<int>(heads.size()); ++c) {
-            QTableWidgetItem* h = w->horizontalHeaderItem(c);
-            if (!h) w->setHorizontalHeaderItem(c, h = new QTableWidgetItem);
-            if (h->text() != Q(heads[static_cast<size_t>(c)])) h->setText(Q(heads[static_cast<size_t>(c)]));
-        }
-        const Cells cells = rows();
-        if (w->rowCount() != static_cast<int>(cells.size())) w->setRowCount(static_cast<int>(cells.size()));
-        for (int r = 0; r < static_cast<int>(cells.size()); ++r) {
-            const auto& row = cells[static_cast<size_t>(r)];
-            for (int c = 0; c < static_cast<int>(row.size()) && c < w->columnCount(); ++c) {
-                QTableWidgetItem* item = w->item(r, c);
-                if (!item) w->setItem(r, c, item = new QTableWidgetItem);
-                const QString v = Q(row[static_cast<size_t>(c)]);
-                if (item->text() != v) item->setText(v);
+        std::vector<std::string> heads = headings();
+        if (heads != shown->heads) {
+            if (w->columnCount() != static_cast<int>(heads.size())) w->setColumnCount(static_cast<int>(heads.size()));
+            for (int c = 0; c < static_cast<int>(heads.size()); ++c) {
+                QTableWidgetItem* h = w->horizontalHeaderItem(c);
+                if (!h) w->setHorizontalHeaderItem(c, h = new QTableWidgetItem);
+                h->setText(Q(heads[static_cast<size_t>(c)]));
             }
+            shown->heads = std::move(heads);
         }
-        if (selected) {
-            const int s = selected();
-            if (s >= 0 && s < w->rowCount()) w->selectRow(s);
-            else w->clearSelection();
+        Cells cells = rows();
+        if (cells != shown->cells || w->rowCount() != static_cast<int>(cells.size())) {
+            const int count = static_cast<int>(cells.size());
+            if (w->rowCount() != count) w->setRowCount(count);
+            const Cells& before = shown->cells;
+            for (int r = 0; r < count; ++r) {
+                const auto& row = cells[static_cast<size_t>(r)];
+                const auto* old = static_cast<size_t>(r) < before.size() ? &before[static_cast<size_t>(r)] : nullptr;
+                if (old && *old == row) continue;
+                for (int c = 0; c < static_cast<int>(row.size()) && c < w->columnCount(); ++c) {
+                    const std::string& v = row[static_cast<size_t>(c)];
+                    QTableWidgetItem* item = w->item(r, c);
+                    if (!item) {
+                        w->setItem(r, c, new QTableWidgetItem(Q(v)));
+                    } else if (!old || static_cast<size_t>(c) >= old->size() || (*old)[static_cast<size_t>(c)] != v) {
+                        item->setText(Q(v));
+                    }
+                }
+            }
+            shown->cells = std::move(cells);
         }
+        if (selected) showSelection(w, selected());
     });
 }
 

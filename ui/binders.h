@@ -1,5 +1,6 @@
 // Generic binders: each keeps a widget in step with a value of a page model and forwards the
-// widget's user action to the model, so that a form file only wires names together.
+// widget's user action to the model, so that a form file only wires names together. A refresh
+// writes to a widget only what changed since the last one.
 #pragma once
 
 #include <QIcon>
@@ -19,15 +20,7 @@ class QWidget;
 
 namespace kv::ui {
 
-struct ComboItem {
-    std::string text;
-    QIcon icon;
-};
-
 using Cells = std::vector<std::vector<std::string>>;
-
-/// The items of a model's combo box, without icons.
-std::vector<ComboItem> ItemsOf(const app::ComboBox& combo);
 
 /// Rows of fixed-width model grids as cells.
 template <size_t N>
@@ -50,8 +43,13 @@ public:
               Get<bool> enabled = {});
     void label(QLabel* w, Get<std::string> value);
     void check(QAbstractButton* w, Get<bool> value, std::function<void(bool)> clicked, Get<bool> enabled = {});
-    void combo(QComboBox* w, Get<std::vector<ComboItem>> items, Get<int> index, std::function<void(int)> chosen,
-               Get<bool> enabled = {});
+    /// `icon` gives the picture of item i; it is asked only when the list of texts changed.
+    void combo(QComboBox* w, Get<std::vector<std::string>> items, Get<int> index, std::function<void(int)> chosen,
+               Get<bool> enabled = {}, std::function<QIcon(size_t)> icon = {});
+    /// A model's combo box: its items and selection (`enabled` decides the widget's state).
+    void combo(QComboBox* w, const app::ComboBox& model, std::function<void(int)> chosen, Get<bool> enabled = {});
+    /// A list grid: the headings, the rows' texts and the selected row. Only cells whose text
+    /// changed since the last refresh are written; the selection is set only when it differs.
     void grid(QTableWidget* w, Get<std::vector<std::string>> headings, Get<Cells> rows, Get<int> selected = {},
               std::function<void(int)> clicked = {});
     void button(QAbstractButton* w, std::function<void()> pressed, Get<bool> enabled = {}, Get<bool> visible = {});

@@ -12,10 +12,12 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalBlocker>
-#include <QStyle>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QVBoxLayout>
+
+#include <array>
+#include <memory>
 
 #include "app/shell.h"
 #include "base/lang.h"
@@ -62,29 +64,52 @@ QTableWidgetItem* cellAt(QTableWidget* g, int r, int c) {
     return item;
 }
 
-// Cells with the model's text, background (the grid's own where the model leaves it) and check
-// picture; `bold` marks the channel shown on the page.
+// What a cell grid shows: the model's rows and the bold channel of the last refresh.
 template <typename Rows>
-void showCells(QTableWidget* g, const Rows& rows, int bold) {
+struct ShownCells {
+    Rows rows{};
+    int bold = -1;
+    bool filled = false;
+};
+
+// Cells with the model's text, background (the grid's own where the model leaves it) and check
+// picture; `bold` marks the channel shown on the page. Only the cells that changed since the last
+// refresh are written.
+template <typename Rows>
+void showCells(QTableWidget* g, const Rows& rows, int bold, ShownCells<Rows>& shown) {
+    if (shown.filled && rows == shown.rows && bold == shown.bold && g->rowCount() == static_cast<int>(rows.size()))
+        return;
     const QSignalBlocker block(g);
     if (g->rowCount() != static_cast<int>(rows.size())) {
         g->setRowCount(static_cast<int>(rows.size()));
         g->setFixedHeight(static_cast<int>(rows.size()) * kCellHeight + 2);
     }
+    const int columns = rows.empty() ? 0 : static_cast<int>(rows[0].size());
     for (int r = 0; r < static_cast<int>(rows.size()); ++r) {
-        for (int c = 0; c < static_cast<int>(rows[static_cast<size_t>(r)].size()); ++c) {
+        for (int c = 0; c < columns; ++c) {
             const app::GridCell& cell = rows[static_cast<size_t>(r)][static_cast<size_t>(c)];
+            const int number = r * columns + c + 1;
+            // A checked cell is marked by its picture; a free channel being added by a bold number.
+            const bool isBold = !cell.checked && number == bold;
+            if (g->item(r, c) && shown.filled && static_cast<size_t>(r) < shown.rows.size()) {
+                const app::GridCell& before = shown.rows[static_cast<size_t>(r)][static_cast<size_t>(c)];
+                const bool wasBold = !before.checked && number == shown.bold;
+                if (cell == before && isBold == wasBold) continue;
+            }
             QTableWidgetItem* item = cellAt(g, r, c);
             item->setText(Q(cell.text));
-            item->setBackground(cell.background == app::kDefaultBackground ? QBrush() : QBrush(SystemColour(cell.background)));
+            item->setBackground(cell.background == app::kDefaultBackground ? QBrush()
+                                                                           : QBrush(SystemColour(cell.background)));
             item->setIcon(cell.checked ? Icon("cell-check") : QIcon());
             QFont f = item->font();
-            // A checked cell is marked by its picture; a free channel being added by a bold number.
-            f.setBold(!cell.checked && r * static_cast<int>(rows[0].size()) + c + 1 == bold);
+            f.setBold(isBold);
             item->setFont(f);
             item->setForeground(cell.text == "-" ? QBrush(QColor("#9aa3ad")) : QBrush(QColor("#1b2430")));
         }
     }
+    shown.rows = rows;
+    shown.bold = bold;
+    shown.filled = true;
 }
 
 QPushButton* button(const char* name, int captionId, const char* icon) {
@@ -166,16 +191,18 @@ QTableWidget[cells="true"] { gridline-color: #b9c2cf; }
                      [this](int r, int c) { binder_.act([&] { subject_.page().gridCH_Click(r, c); }); });
     QObject::connect(tabs_, &QTabWidget::currentChanged, this, [this](int index) {
         binder_.act([&] {
-            subject_.page().tabChannel = index;
-            if (index == kTabPtz) subject_.showPtz();
+            subject_.tabChannel_Click(index);
         });
     });
-    binder_.custom([this, grid, status, &m] {
-        showCells(grid, m.channelGrid(), m.iSelCH);
-        showCells(status, m.statusGrid(), 0);
+    auto shownGrid = std::make_shared<ShownCells<std::array<channels::ChannelGridRow, 8>>>();
+    auto shownStatus = std::make_shared<ShownCells<std::vector<channels::ChannelGridRow>>>();
+    binder_.custom([this, grid, status, &m, shownGrid, shownStatus] {
+        showCells(grid, m.channelGrid(), m.iSelCH, *shownGrid);
+        showCells(status, m.statusGrid(), 0, *shownStatus);
         const QSignalBlocker block(tabs_);
         const int ids[3] = {254, 892, 882};
-        for (int i = 0; i < 3; ++i) tabs_->setTabText(i, Q(lang_.GetText(ids[i])));
+        for (int i = 0; i < 3; ++i)
+            if (const QString t = Q(lang_.GetText(ids[i])); tabs_->tabText(i) != t) tabs_->setTabText(i, t);
         if (tabs_->currentIndex() != m.tabChannel) tabs_->setCurrentIndex(m.tabChannel);
     });
 }
@@ -304,10 +331,9 @@ QWidget* ChannelPageWidget::buildSettingTab() {
                      [&m, i](const std::string& t) { m.txtNetwork_Change(i, t); },
                      [&m, i] { return m.txtNetwork[static_cast<size_t>(i)].enabled && !m.busy; });
     // The brand comes from detection (or the search), never typed.
-    binder_.combo(brand, [&m] { return ItemsOf(m.CmbBrand); }, [&m] { return m.CmbBrand.index; }, [](int) {},
-                  [] { return false; });
-    binder_.combo(video, [&m] { return ItemsOf(m.cmbVideoID); }, [&m] { return m.cmbVideoID.index; },
-                  [&m](int i) { m.cmbVideoID_Click(i); }, [&m] { return m.cmbVideoID.enabled && !m.busy; });
+    binder_.combo(brand, m.CmbBrand, [](int) {}, [] { return false; });
+    binder_.combo(video, m.cmbVideoID, [&m](int i) { m.cmbVideoID_Click(i); },
+                  [&m] { return m.cmbVideoID.enabled && !m.busy; });
     binder_.check(ptz, [&m] { return m.chkPTZ; }, [&m](bool on) { m.chkPTZ_Click(on); });
     binder_.check(push, [&m] { return m.chkCameraSetting; }, [&m](bool on) { m.chkCameraSetting_Click(on); });
     // Detection waits for the camera's answer: the button says so until it is back.
@@ -323,18 +349,16 @@ QWidget* ChannelPageWidget::buildSettingTab() {
         [&m] { return m.cmdDetect && !m.busy; });
     binder_.button(search, [this] { openSearch(); }, [&m] { return !m.busy; });
     for (int i = 0; i < channels::kCamDetailCount; ++i) {
-        binder_.combo(cam[i], [&m, i] { return ItemsOf(m.video.cmb_CamDetail[static_cast<size_t>(i)]); },
-                      [&m, i] { return m.video.cmb_CamDetail[static_cast<size_t>(i)].index; },
+        binder_.combo(cam[i], m.video.cmb_CamDetail[static_cast<size_t>(i)],
                       [&m, i](int item) { m.cmb_CamDetail_Click(i, item); },
                       [&m, i] { return m.video.cmb_CamDetail[static_cast<size_t>(i)].enabled && !m.busy; });
         binder_.label(camLabel[i], [&m, i] { return m.video.RowLabel(i); });
     }
     binder_.visible(lens, [&m] { return m.video.frameLensMode; });
-    binder_.combo(lensMode, [&m] { return ItemsOf(m.video.cmbLensMode); }, [&m] { return m.video.cmbLensMode.index; },
-                  [&m](int i) { m.cmbLensMode_Click(i); }, [&m] { return m.video.cmbLensMode.enabled; });
+    binder_.combo(lensMode, m.video.cmbLensMode, [&m](int i) { m.cmbLensMode_Click(i); },
+                  [&m] { return m.video.cmbLensMode.enabled; });
     for (int i = 0; i < 2; ++i)
-        binder_.combo(display[i], [&m, i] { return ItemsOf(m.video.cmbDisplayMode[static_cast<size_t>(i)]); },
-                      [&m, i] { return m.video.cmbDisplayMode[static_cast<size_t>(i)].index; },
+        binder_.combo(display[i], m.video.cmbDisplayMode[static_cast<size_t>(i)],
                       [&m, i](int item) { m.cmbDisplayMode_Click(i, item); },
                       [&m, i] { return m.video.cmbDisplayMode[static_cast<size_t>(i)].enabled; });
     // Read-only values, except the audio format of the last row.
@@ -365,13 +389,7 @@ QWidget* ChannelPageWidget::buildSettingTab() {
                        [&m, i] { return m.cmdComit[static_cast<size_t>(i)]; });
     QPushButton* save = cmd[channels::kCommitSave];
     binder_.custom([this, save] {
-        const bool dirty = shell_.saveButtonPicture[app::area::kChannel] == app::kPictureDirty;
-        save->setIcon(Icon(dirty ? "save-dirty" : "save-clean"));
-        if (save->property("dirty").toBool() != dirty) {
-            save->setProperty("dirty", dirty);
-            save->style()->unpolish(save);
-            save->style()->polish(save);
-        }
+        ShowSaveState(save, shell_.saveButtonPicture[app::area::kChannel] == app::kPictureDirty);
     });
     return tab;
 }
@@ -403,7 +421,7 @@ QWidget* ChannelPageWidget::buildListTab() {
     // A double click edits the channel of the row on the first tab.
     QObject::connect(list, &QTableWidget::cellDoubleClicked, this, [this](int row, int) {
         binder_.act([&] {
-            if (subject_.page().SelectChannel(row + 1)) subject_.page().tabChannel = kTabSetting;
+            subject_.gridChannelList_DblClick(row);
         });
     });
 
@@ -416,13 +434,24 @@ QWidget* ChannelPageWidget::buildListTab() {
     layout->addWidget(marks);
     QObject::connect(chList, &QTableWidget::cellClicked, this,
                      [this](int r, int c) { binder_.act([&] { subject_.page().gridCHList_Click(r, c); }); });
-    binder_.custom([chList, &m] {
+    // The count and the colours of the last refresh: a cell is written when its part changed.
+    auto shownCount = std::make_shared<int>(-1);
+    auto shownColours = std::make_shared<std::array<int32_t, channels::kChannelSlots>>();
+    binder_.custom([chList, &m, shownCount, shownColours] {
         const QSignalBlocker block(chList);
+        const int count = m.channelCount();
         for (int slot = 0; slot < channels::kChannelSlots; ++slot) {
+            const int32_t colour = m.gridCHListColour(slot);
+            const bool fresh = *shownCount < 0;
+            const bool counted = slot < count;
+            if (!fresh && counted == (slot < *shownCount) && colour == (*shownColours)[static_cast<size_t>(slot)])
+                continue;
             QTableWidgetItem* item = cellAt(chList, slot / kListColumns, slot % kListColumns);
-            item->setText(slot < m.channelCount() ? QString::number(slot + 1) : QString("-"));
-            item->setBackground(SystemColour(m.gridCHListColour(slot)));
+            item->setText(counted ? QString::number(slot + 1) : QString("-"));
+            item->setBackground(SystemColour(colour));
+            (*shownColours)[static_cast<size_t>(slot)] = colour;
         }
+        *shownCount = count;
     });
     return tab;
 }
@@ -435,7 +464,8 @@ ChannelPageWidget::~ChannelPageWidget() {
 
 void ChannelPageWidget::refresh() {
     binder_.refresh();
-    ptz_->refresh();
+    // The PTZ tab is refreshed while it is the tab shown; choosing it refreshes the page.
+    if (tabs_->currentWidget() == ptz_) ptz_->refresh();
     refreshDialogs();
 }
 

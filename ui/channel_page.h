@@ -5,6 +5,7 @@
 
 #include <QPointer>
 
+#include "channels/channel_page.h"
 #include "ui/binders.h"
 #include "ui/page.h"
 
@@ -32,8 +33,9 @@ public:
                       const base::Language& lang);
     ~ChannelPageWidget() override;
     void refresh() override;
-    /// Dialogs and the PTZ tab are refreshed with the page.
-    void refreshDialogs();
+    /// The camera search (open over the page) is refreshed with the page, and alone while
+    /// another page is on screen.
+    void refreshDialogs() override;
 
     /// The camera search over the page; the search starts at once.
     SearchDialog* openSearch();
@@ -41,7 +43,8 @@ public:
     PreviewWindow* previewWindow() const;
 
     /// The tab indices of `tabChannel`.
-    static constexpr int kTabSetting = 0, kTabList = 1, kTabPtz = 2;
+    static constexpr int kTabSetting = channels::kTabSetting, kTabList = channels::kTabList,
+                         kTabPtz = channels::kTabPtz;
 
 private:
     QWidget* buildSettingTab();

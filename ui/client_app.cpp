@@ -112,10 +112,6 @@ bool ClientApp::start() {
             return dialog.run();
         };
     }
-    session_->dispatcher.setFollowUp(app::FollowUp::ServiceInfo, [this] {
-        if (session_ && !session_->login.strService.empty())
-            host_->storeServerTable(session_->login.strService.front(), session_->config.serverInfo);
-    });
     session_->onSearchResult = [this](const std::string& xml) {
         if (serverList_) serverList_->OnSearchResult(xml);
     };
@@ -170,11 +166,17 @@ void ClientApp::scheduleRefresh() {
 
 void ClientApp::refreshAll() {
     if (ended_) return;
+    // A hidden login form is refreshed when it shows again.
     if (loginForm_ && loginForm_->isVisible()) loginForm_->refresh();
     if (serverListDialog_) serverListDialog_->refresh();
-    if (config_) {
-        config_->refresh();
-        if (auto* shown = dynamic_cast<Page*>(config_->page(shell_->iCurMenu))) shown->refresh();
+    if (!config_) return;
+    // The window first: it puts the page of the current entry on screen (or the loading frame).
+    config_->refresh();
+    const QWidget* shown = config_->shownPage();
+    for (const QPointer<Page>& page : pages_) {
+        if (!page) continue;
+        if (page == shown) page->refresh();
+        else page->refreshDialogs();
     }
 }
 
@@ -274,11 +276,7 @@ void ClientApp::end() {
     if (ended_) return;
     ended_ = true;
     timer_->stop();
-    if (session_) {
-        session_->dispatcher.bAppEnding = true;
-        // Leaving from the login form: an attempt under way is given up.
-        if (!shell_) link_.Logout(session_->login.hLogin);
-    }
+    if (session_) session_->end();
     start_.Cleanup();
     // The forms go in reverse order of loading.
     for (QWidget* w : std::initializer_list<QWidget*>{serverListDialog_, config_, loginForm_}) {

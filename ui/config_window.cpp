@@ -141,15 +141,16 @@ ConfigWindow::ConfigWindow(app::ShellModel& shell, const base::Language& lang) :
             }
             const QString look = e.enabled ? QString("color: %1;").arg(colourName(e.colour)) : QString("color: #b9bec7;");
             if (b->styleSheet() != look) b->setStyleSheet(look);
-            b->setToolTip(Q(lang_.GetText(e.enabled || e.tooltipId == 0 ? e.textId : e.tooltipId)));
+            const QString tip = Q(lang_.GetText(e.enabled || e.tooltipId == 0 ? e.textId : e.tooltipId));
+            if (b->toolTip() != tip) b->setToolTip(tip);
         }
         QWidget* shown = blank_;
         if (const auto it = pageOf_.find(shell_.iCurMenu); it != pageOf_.end())
             shown = shell_.pageLoading(shell_.iCurMenu) ? loading_ : it->second;
         if (pages_->currentWidget() != shown) pages_->setCurrentWidget(shown);
-        exportProgress_->setText(Q(shell_.exportProgressText));
+        if (const QString t = Q(shell_.exportProgressText); exportProgress_->text() != t) exportProgress_->setText(t);
         exportProgress_->setVisible(!shell_.exportProgressText.empty());
-        progressText_->setText(Q(shell_.closeProgressText));
+        if (const QString t = Q(shell_.closeProgressText); progressText_->text() != t) progressText_->setText(t);
         progress_->setVisible(shell_.closeProgressVisible);
         if (progress_->isVisible()) progress_->raise();
     });
@@ -168,6 +169,11 @@ void ConfigWindow::setHeader(const std::string& server, const std::string& user)
 void ConfigWindow::addPage(int32_t menuIndex, QWidget* page) {
     pages_->addWidget(page);
     pageOf_[menuIndex] = page;
+}
+
+QWidget* ConfigWindow::shownPage() const {
+    QWidget* shown = pages_->currentWidget();
+    return shown == blank_ || shown == loading_ ? nullptr : shown;
 }
 
 QWidget* ConfigWindow::page(int32_t menuIndex) const {

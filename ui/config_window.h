@@ -29,6 +29,8 @@ public:
     /// The page of a menu entry (the subject's widget).
     void addPage(int32_t menuIndex, QWidget* page);
     QWidget* page(int32_t menuIndex) const;
+    /// The page on screen: null while the entry's page waits for its data, or has none.
+    QWidget* shownPage() const;
     void refresh();
     void setStatus(const std::string& text);
     void showCloseProgress(bool show, const std::string& text);

@@ -110,27 +110,25 @@ LoginForm::LoginForm(session::LoginController& login, session::LoginFormModel& m
     };
     binder_.combo(
         cmbService,
-        [this] {
-            std::vector<ComboItem> items;
-            for (const auto& s : model_.cmbService) items.push_back({s, Icon("menu-server")});
-            return items;
-        },
-        [this] { return login_.cmbServiceIndex; }, [this](int i) { model_.cmbService_Click(i); });
+        [this] { return model_.cmbService; }, [this] { return login_.cmbServiceIndex; },
+        [this](int i) { model_.cmbService_Click(i); }, {}, [](size_t) { return Icon("menu-server"); });
     binder_.button(imgServer, [this] {
         if (onServerList) onServerList();
     }, {}, [this] { return model_.serverButtonVisible; });
     binder_.combo(
         imgCmbLanguage,
         [this] {
-            std::vector<ComboItem> items;
-            for (const auto& l : model_.languages) items.push_back({l.name, FlagIcon(l.flag)});
+            std::vector<std::string> items;
+            for (const auto& l : model_.languages) items.push_back(l.name);
             return items;
         },
-        [this] { return model_.languageIndex; }, [this](int i) { model_.imgCmbLanguage_Click(i); });
+        [this] { return model_.languageIndex; }, [this](int i) { model_.imgCmbLanguage_Click(i); }, {},
+        [this](size_t i) { return i < model_.languages.size() ? FlagIcon(model_.languages[i].flag) : QIcon(); });
     binder_.text(user, [this] { return login_.txtUser; }, [this](const std::string& t) { login_.txtUser = t; });
     binder_.text(pass, [this] { return login_.txtPassword; }, [this](const std::string& t) { login_.txtPassword = t; });
     binder_.custom([this, pass] {
-        pass->setEchoMode(model_.passwordMasked ? QLineEdit::Password : QLineEdit::Normal);
+        const QLineEdit::EchoMode mode = model_.passwordMasked ? QLineEdit::Password : QLineEdit::Normal;
+        if (pass->echoMode() != mode) pass->setEchoMode(mode);
     });
     binder_.check(show, [this] { return !model_.passwordMasked; }, [this](bool on) { model_.chkShowPassword_Click(on); });
     binder_.button(loginBtn, [this] { model_.loginClicked(); });
@@ -142,6 +140,11 @@ LoginForm::LoginForm(session::LoginController& login, session::LoginFormModel& m
 }
 
 void LoginForm::setStatus(const std::string& text) { status_->setText(Q(text)); }
+
+void LoginForm::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    refresh();
+}
 
 void LoginForm::closeEvent(QCloseEvent* event) {
     // Closed while it is the only form: the program ends. Hidden behind the configuration, it stays.

@@ -31,6 +31,8 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    /// While hidden the form is not refreshed: it catches up as it shows again.
+    void showEvent(QShowEvent* event) override;
 
 private:
     session::LoginController& login_;

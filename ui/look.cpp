@@ -7,6 +7,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QStyle>
 #include <QVariant>
 #include <QWidget>
 
@@ -93,6 +94,15 @@ QIcon Icon(const char* name) { return QIcon(QString(":/icons/%1.svg").arg(name))
 QIcon FlagIcon(const std::string& path) {
     if (!path.empty() && QFile::exists(Q(path))) return QIcon(Q(path));
     return Icon("flag-none");
+}
+
+void ShowSaveState(QAbstractButton* save, bool dirty) {
+    const QVariant shown = save->property("dirty");
+    if (shown.isValid() && shown.toBool() == dirty) return;
+    save->setIcon(Icon(dirty ? "save-dirty" : "save-clean"));
+    save->setProperty("dirty", dirty);
+    save->style()->unpolish(save);
+    save->style()->polish(save);
 }
 
 QString StyleSheet() {

@@ -11,6 +11,7 @@ namespace kv::base {
 class Language;
 struct FontRule;
 }  // namespace kv::base
+class QAbstractButton;
 class QLabel;
 class QLineEdit;
 class QWidget;
@@ -38,6 +39,9 @@ void ApplyFont(QWidget* root, const base::FontRule& rule);
 QIcon Icon(const char* name);
 /// A picture file (a language's flag), or the set's blank flag.
 QIcon FlagIcon(const std::string& path);
+/// A save button's look: the save-dirty picture and the orange frame while its area waits to be
+/// saved, the plain picture otherwise. A button that already shows the state is left alone.
+void ShowSaveState(QAbstractButton* save, bool dirty);
 /// The style sheet shared by the forms.
 QString StyleSheet();
 

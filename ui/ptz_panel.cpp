@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QStyle>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
@@ -172,15 +171,11 @@ PtzPanelWidget::PtzPanelWidget(channels::PtzPanel& model, app::ShellModel& shell
     binder_.afterAction = [this] {
         if (afterAction) afterAction();
     };
-    const auto chosen = [this] { return model_.channel() > 0; };
-    binder_.combo(channel, [this] { return ItemsOf(model_.cmdPtesetCH); }, [this] { return model_.cmdPtesetCH.index; },
-                  [this](int i) { model_.cmdPtesetCH_Click(i); });
-    binder_.combo(speed, [this] { return ItemsOf(model_.cmbPtzSpeed); }, [this] { return model_.cmbPtzSpeed.index; },
-                  [this](int i) { model_.cmbPtzSpeed_Click(i); },
+    const auto chosen = [this] { return model_.channelChosen(); };
+    binder_.combo(channel, model_.cmdPtesetCH, [this](int i) { model_.cmdPtesetCH_Click(i); });
+    binder_.combo(speed, model_.cmbPtzSpeed, [this](int i) { model_.cmbPtzSpeed_Click(i); },
                   [this, chosen] { return chosen() && model_.cmbPtzSpeed.enabled; });
-    binder_.combo(target, [this] { return ItemsOf(model_.cmbLensSource); },
-                  [this] { return model_.cmbLensSource.index; }, [this](int i) { model_.cmbLensSource_Click(i); },
-                  chosen);
+    binder_.combo(target, model_.cmbLensSource, [this](int i) { model_.cmbLensSource_Click(i); }, chosen);
     binder_.custom([this, fisheye] {
         const QString text = model_.fisheyeMode.empty()
                                  ? QString()
@@ -206,37 +201,27 @@ PtzPanelWidget::PtzPanelWidget(channels::PtzPanel& model, app::ShellModel& shell
     // Characters a preset name cannot hold are refused: the field goes back to the model's text.
     binder_.text(name, [this] { return model_.txtPreset.text; },
                  [this](const std::string& t) { model_.txtPreset_Change(t); }, chosen);
-    const auto selected = [this, chosen] { return chosen() && model_.selectedPreset >= 0; };
-    binder_.button(preset[channels::kPresetRemove], [this] { saved(model_.cmdPreset_Click(channels::kPresetRemove)); },
+    const auto selected = [this] { return model_.presetChosen(); };
+    binder_.button(preset[channels::kPresetRemove], [this] { model_.cmdPreset_Click(channels::kPresetRemove); },
                    selected);
     binder_.button(preset[channels::kPresetGoto], [this] { model_.cmdPreset_Click(channels::kPresetGoto); }, selected);
     binder_.button(preset[channels::kPresetSelect], [this] { model_.cmdPreset_Click(channels::kPresetSelect); },
                    selected);
     binder_.button(preset[channels::kPresetNew], [this] { model_.cmdPreset_Click(channels::kPresetNew); },
-                   [this, chosen] { return chosen() && !model_.bPresetFull; });
+                   [this] { return model_.canAddPreset(); });
     binder_.button(preset[channels::kPresetTake], [this] { model_.cmdPreset_Click(channels::kPresetTake); }, chosen);
     binder_.button(preset[channels::kPresetReadPositions],
                    [this] { model_.cmdPreset_Click(channels::kPresetReadPositions); }, chosen);
-    binder_.button(list[channels::kPresetUp], [this] { saved(model_.img_Preset_Btn_Click(channels::kPresetUp)); },
+    binder_.button(list[channels::kPresetUp], [this] { model_.img_Preset_Btn_Click(channels::kPresetUp); },
                    selected);
-    binder_.button(list[channels::kPresetDown], [this] { saved(model_.img_Preset_Btn_Click(channels::kPresetDown)); },
+    binder_.button(list[channels::kPresetDown], [this] { model_.img_Preset_Btn_Click(channels::kPresetDown); },
                    selected);
     QPushButton* save = list[channels::kPresetSave];
-    binder_.button(save, [this] { saved(model_.img_Preset_Btn_Click(channels::kPresetSave)); },
-                   [this, chosen] { return chosen() && model_.dirty(); });
+    binder_.button(save, [this] { model_.img_Preset_Btn_Click(channels::kPresetSave); },
+                   [this] { return model_.canSavePresets(); });
     binder_.custom([this, save] {
-        const bool dirty = shell_.saveButtonPicture[app::area::kPresets] == app::kPictureDirty;
-        save->setIcon(Icon(dirty ? "save-dirty" : "save-clean"));
-        if (save->property("dirty").toBool() != dirty) {
-            save->setProperty("dirty", dirty);
-            save->style()->unpolish(save);
-            save->style()->polish(save);
-        }
+        ShowSaveState(save, shell_.saveButtonPicture[app::area::kPresets] == app::kPictureDirty);
     });
-}
-
-void PtzPanelWidget::saved(bool ok) {
-    if (ok) shell_.saveSucceeded(app::area::kPresets);
 }
 
 }  // namespace kv::ui

@@ -27,9 +27,6 @@ public:
     std::function<void()> afterAction;
 
 private:
-    /// A preset action that saves the list: a success is a save of area 10.
-    void saved(bool ok);
-
     channels::PtzPanel& model_;
     app::ShellModel& shell_;
     const base::Language& lang_;

@@ -111,8 +111,12 @@ ServerListDialog::ServerListDialog(QWidget* parent, session::ServerListModel& mo
         [this] { return CellsOf(model_.grid); }, [this] { return model_.selectedRow; },
         [this](int row) { model_.gridServiceList_Click(row); });
     grid->horizontalHeader()->setStretchLastSection(false);
+    // The columns are laid out once they exist (after the first fill); then their widths are the
+    // user's.
     binder_.custom([grid] {
-        grid->setColumnHidden(session::ServerListModel::kColumnCount - 1, true);
+        constexpr int kLast = session::ServerListModel::kColumnCount - 1;
+        if (grid->columnCount() != session::ServerListModel::kColumnCount || grid->isColumnHidden(kLast)) return;
+        grid->setColumnHidden(kLast, true);
         grid->setColumnWidth(0, 40);
         grid->setColumnWidth(1, 40);
         grid->setColumnWidth(2, 150);

@@ -10,7 +10,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QStyle>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
@@ -184,7 +183,9 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     binder_.text(version, [this] { return model_.txtVersion; });
     binder_.text(package, [this] { return model_.txtPackageVersion; });
     binder_.text(timeZone, [this] { return model_.txtTimeZone; });
-    binder_.custom([this, dst] { dst->setChecked(model_.chkDST); });
+    binder_.custom([this, dst] {
+        if (dst->isChecked() != model_.chkDST) dst->setChecked(model_.chkDST);
+    });
     binder_.text(dstIndex, [this] { return model_.txtDSTIndex; });
     for (int i = 0; i < 2; ++i) {
         binder_.text(port[i], [this, i] { return model_.Text1[static_cast<size_t>(i)]; },
@@ -194,12 +195,13 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     binder_.combo(
         languageCombo,
         [this] {
-            std::vector<ComboItem> items;
-            for (const auto& l : model_.languageItems) items.push_back({l.name, FlagIcon(l.flag)});
+            std::vector<std::string> items;
+            for (const auto& l : model_.languageItems) items.push_back(l.name);
             return items;
         },
-        [this] { return model_.languageIndex; }, [this](int i) { model_.imgCmbLanguage_Click(i); });
-    binder_.button(apply, [this] { model_.cmd_System_Click(1); }, [this] { return model_.languageIndex >= 0; });
+        [this] { return model_.languageIndex; }, [this](int i) { model_.imgCmbLanguage_Click(i); }, {},
+        [this](size_t i) { return i < model_.languageItems.size() ? FlagIcon(model_.languageItems[i].flag) : QIcon(); });
+    binder_.button(apply, [this] { model_.cmd_System_Click(1); }, [this] { return model_.canApplyLanguage(); });
     binder_.check(chkDDNS, [this] { return model_.chkDDNS; }, [this](bool on) { model_.chkDDNS_Click(on); });
     for (int i = 0; i < 3; ++i)
         binder_.text(txtDDNS[i], [this, i] { return model_.txtDDNS[static_cast<size_t>(i)]; },
@@ -224,13 +226,8 @@ ServerPage::ServerPage(admin::ServerPageModel& model, app::ShellModel& shell, co
     binder_.button(save, [this] { model_.cmd_System_Click(0); }, [this] { return model_.dirty(); });
     binder_.custom([this, save] {
         const bool dirty = shell_.saveButtonPicture[app::area::kServer] == app::kPictureDirty;
-        save->setIcon(Icon(dirty ? "save-dirty" : "save-clean"));
-        if (save->property("dirty").toBool() != dirty) {
-            save->setProperty("dirty", dirty);
-            save->style()->unpolish(save);
-            save->style()->polish(save);
-        }
-        save->setToolTip(Q(lang_.GetText(dirty ? 871 : 872)));
+        ShowSaveState(save, dirty);
+        if (const QString tip = Q(lang_.GetText(dirty ? 871 : 872)); save->toolTip() != tip) save->setToolTip(tip);
     });
 }
 

@@ -54,20 +54,7 @@ ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& 
     ApplyCaptions(this, lang_);
 }
 
-std::string ServiceCtrlDialog::statusText() const {
-    if (model_.statusTextId == 0) {
-        const int32_t id = model_.state == app::service_state::kRunning        ? 367
-                           : model_.state == app::service_state::kStartPending ? 463
-                           : model_.state == app::service_state::kStopPending  ? 514
-                           : model_.state == app::service_state::kStopped      ? 407
-                                                                                 : 513;
-        return lang_.GetText(id);
-    }
-    std::string t = lang_.GetText(model_.statusTextId);
-    if (model_.statusTextId == 515) t += "... " + std::to_string(model_.elapsedSeconds) + " s";
-    if (model_.secondTextId != 0) t += "  (" + lang_.GetText(model_.secondTextId) + ")";
-    return t;
-}
+std::string ServiceCtrlDialog::statusText() const { return model_.statusText(lang_); }
 
 void ServiceCtrlDialog::tick() {
     model_.Timer1(static_cast<int32_t>(QDateTime::currentSecsSinceEpoch() - startSeconds_));

@@ -16,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include <array>
+#include <memory>
 
 #include "app/shell.h"
 #include "base/lang.h"
@@ -107,11 +108,13 @@ UserPage::UserPage(users::UsersSubject& subject, const base::Language& lang)
                      [this](int index) { binder_.act([&] { model_.tabUser_Click(index); }); });
     binder_.custom([this, tabs] {
         const QSignalBlocker block(tabs);
-        tabs->setTabText(0, Q(lang_.GetText(kTextUsersTab)));
-        tabs->setTabText(1, Q(lang_.GetText(users::text::kUserGroup)));
+        const QString texts[2] = {Q(lang_.GetText(kTextUsersTab)), Q(lang_.GetText(users::text::kUserGroup))};
         // A tab with something to save carries the save button's picture of its area.
-        tabs->setTabIcon(0, subject_.usersDirty() ? Icon("save-dirty") : QIcon());
-        tabs->setTabIcon(1, subject_.groupsDirty() ? Icon("save-dirty") : QIcon());
+        const bool dirty[2] = {subject_.usersDirty(), subject_.groupsDirty()};
+        for (int i = 0; i < 2; ++i) {
+            if (tabs->tabText(i) != texts[i]) tabs->setTabText(i, texts[i]);
+            if (tabs->tabIcon(i).isNull() == dirty[i]) tabs->setTabIcon(i, dirty[i] ? Icon("save-dirty") : QIcon());
+        }
         if (tabs->currentIndex() != model_.tabIndex) tabs->setCurrentIndex(model_.tabIndex);
     });
 }
@@ -190,13 +193,7 @@ QWidget* UserPage::buildUserTab() {
             [&m, f] { return m.frameUserSetting && m.txtUser[f].enabled; });
     }
     binder_.combo(
-        groupCombo,
-        [&m] {
-            std::vector<ComboItem> items;
-            for (const std::string& s : m.cmbUserGroup.items) items.push_back({s, QIcon()});
-            return items;
-        },
-        [&m] { return m.cmbUserGroup.index; }, [&m](int i) { m.cmbUserGroup_Click(i); },
+        groupCombo, m.cmbUserGroup, [&m](int i) { m.cmbUserGroup_Click(i); },
         [&m] { return m.frameUserSetting && m.cmbUserGroup.enabled; });
     binder_.custom([this, &m, txt] {
         // Shown in clear for the account they were asked for, while its field set is open.
@@ -248,14 +245,31 @@ QTableWidget* UserPage::rightsGrid(int right) {
     QObject::connect(grid, &QTableWidget::cellClicked, grid, [this, &m, right](int row, int col) {
         binder_.act([&] { m.gridCHList_Click(right, row, col); });
     });
-    binder_.custom([&m, grid, right] {
+    // The text and colour of each cell at the last refresh: a cell is written when they changed.
+    struct Shown {
+        std::string text;
+        uint32_t colour = 0;
+        bool filled = false;
+    };
+    auto shown = std::make_shared<std::array<std::array<Shown, users::kCellsPerRow>, users::kCellRows>>();
+    auto shownFont = std::make_shared<QFont>();
+    binder_.custom([&m, grid, right, shown, shownFont] {
         QFont on = grid->font();
         on.setBold(true);
         const QFont off = grid->font();
+        // The cells carry fonts of their own: a new font of the language writes them all again.
+        if (off != *shownFont) {
+            *shownFont = off;
+            for (auto& row : *shown)
+                for (Shown& was : row) was.filled = false;
+        }
         const users::ChannelGrid& cells = m.gridCHList[static_cast<size_t>(right)];
         for (int r = 0; r < users::kCellRows; ++r) {
             for (int c = 0; c < users::kCellsPerRow; ++c) {
                 const users::ChannelCell& cell = cells[static_cast<size_t>(r)][static_cast<size_t>(c)];
+                Shown& was = (*shown)[static_cast<size_t>(r)][static_cast<size_t>(c)];
+                if (was.filled && was.text == cell.text && was.colour == cell.colour) continue;
+                was = {cell.text, cell.colour, true};
                 QTableWidgetItem* item = grid->item(r, c);
                 const bool allowed = cell.colour == users::kCellOn;
                 item->setText(Q(cell.text));
@@ -267,7 +281,8 @@ QTableWidget* UserPage::rightsGrid(int right) {
                 item->setFont(allowed ? on : off);
             }
         }
-        grid->setCursor(m.gridsEnabled ? Qt::PointingHandCursor : Qt::ArrowCursor);
+        const Qt::CursorShape cursor = m.gridsEnabled ? Qt::PointingHandCursor : Qt::ArrowCursor;
+        if (grid->cursor().shape() != cursor) grid->setCursor(cursor);
     });
     return grid;
 }

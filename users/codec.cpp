@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 
+#include "app/wire.h"
 #include "app/commands.h"
 #include "app/protocol.h"
 #include "app/xml_read.h"
@@ -35,9 +36,7 @@ pugi::xml_node listOf(const pugi::xml_document& doc, const char* name) {
     return app::FindDeep(app::ResponseOf(doc), name);
 }
 
-std::string attr(const char* name, std::string_view value) {
-    return std::string(" ") + name + "=\"" + base::XMLFilter(value, true) + "\"";
-}
+std::string attr(const char* name, std::string_view value) { return app::wire::Attr(name, value); }
 
 }  // namespace
 
@@ -130,7 +129,7 @@ int32_t XML_GetUserGroupID(std::string_view xml) {
 
 std::string Get_UserGroupOfUser_XML(std::string_view userName) {
     return app::CommandB(app::cmd::kGetUserGroupOfUser,
-                         "<UserName>" + base::XMLFilter(userName, true) + "</UserName>");
+                         app::wire::Text("UserName", userName));
 }
 
 std::string Get_UserGroup_XML() { return app::CommandA(app::cmd::kGetUserGroups, ""); }

@@ -17,14 +17,15 @@ namespace {
 // Everything the shell does to the outside, in one ordered list.
 using Journal = std::vector<std::string>;
 
-class JournalLink : public kv::test::NullLink {
+// The answering link, writing what it is asked into the journal.
+class JournalLink : public kv::test::AnsweringLink {
 public:
     explicit JournalLink(Journal& j) : journal(j) {}
     Journal& journal;
     int32_t progress = 0;
-    std::string SendCommand(int32_t, bool wait, const std::string& xml) override {
+    std::string SendCommand(int32_t r, bool wait, const std::string& xml) override {
         journal.push_back((wait ? "S " : "A ") + xml);
-        return "<RESPONSE RET=\"0\" ID=\"0\"></RESPONSE>";
+        return AnsweringLink::SendCommand(r, wait, xml);
     }
     void Logout(int32_t h) override { journal.push_back("Logout " + std::to_string(h)); }
     bool StopExport(int32_t id) override {
@@ -60,12 +61,6 @@ public:
     }
 };
 
-class FakeClock : public Clock {
-public:
-    int64_t now = 1'700'000'000;
-    int64_t nowSeconds() const override { return now; }
-};
-
 struct Shell : ::testing::Test {
     Journal journal;
     JournalLink link{journal};
@@ -73,7 +68,7 @@ struct Shell : ::testing::Test {
     ScriptedPrompter prompter;
     base::Language lang{std::filesystem::path(KV_SOURCE_SHARE) / "Lang"};
     base::Log log{"CW"};
-    FakeClock clock;
+    kv::test::FixedClock clock;
     JournalHost host{journal};
     std::unique_ptr<ShellModel> shell;
     std::vector<size_t> saved;  // areas whose save ran, in order

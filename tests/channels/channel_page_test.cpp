@@ -4,7 +4,7 @@
 
 #include "channels/channel_page.h"
 #include "channels/codec.h"
-#include "tests/channels/fake_service.h"
+#include "tests/channels/recording_host.h"
 
 namespace kv::channels {
 namespace {
@@ -23,7 +23,7 @@ const std::string kDetected =
 
 struct PageTest : ::testing::Test {
     ChannelTables config;
-    test::ScriptedLink link;
+    test::AnsweringLink link;
     test::RecordingPrompter prompter;
     test::FixedClock clock;
     test::RecordingHost host;

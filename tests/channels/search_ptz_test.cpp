@@ -6,7 +6,7 @@
 #include "channels/ptz_codec.h"
 #include "channels/ptz_panel.h"
 #include "channels/search.h"
-#include "tests/channels/fake_service.h"
+#include "tests/channels/recording_host.h"
 
 namespace kv::channels {
 namespace {
@@ -22,7 +22,7 @@ SearchCamRecord cam(const char* ip, int32_t port, const char* manufacturer = "")
 struct SearchTest : ::testing::Test {
     ChannelTables config;
     app::Dispatcher dispatcher;
-    test::ScriptedLink link;
+    test::AnsweringLink link;
     test::RecordingPrompter prompter;
     test::FixedClock clock;
     test::RecordingHost host;
@@ -81,7 +81,7 @@ TEST_F(SearchTest, ADoubleClickHandsTheCameraToTheChannelPage) {
 
 struct PtzTest : ::testing::Test {
     ChannelTables config;
-    test::ScriptedLink link;
+    test::AnsweringLink link;
     test::RecordingPrompter prompter;
     PtzPanel panel{config, link, prompter, test::English(), "Config"};
     bool dirty = false;

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "channels/video_params.h"
-#include "tests/channels/fake_service.h"
+#include "tests/channels/recording_host.h"
 
 namespace kv::channels {
 namespace {

@@ -1,5 +1,5 @@
-// kelvarra-ctl against kelvarra-sim, each as its own process: the dump, the commands of the
-// login byte for byte and in order, and every refusal with its exit code and message.
+// kelvarra-ctl against kelvarra-sim, each as its own process: the users' case end to end (dump,
+// apply, the commands after the logins byte for byte), and the exit codes with their messages.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,10 +8,11 @@
 
 #include "tests/base/test_util.h"
 #include "tests/support/fakes.h"
-#include "tests/support/sim_process.h"
+#include "tests/support/run_process.h"
+#include "sim/process.h"
 
 using kv::test::RunProcess;
-using kv::test::SimProcess;
+using kv::sim::SimProcess;
 using kv::test::TempDir;
 
 namespace {
@@ -36,48 +37,10 @@ std::vector<std::string> loadAndChannelReads() {
 
 }  // namespace
 
-TEST(Ctl, DumpSendsTheLoadInOrderAndApplyingItUnchangedSendsNothing) {
-    TempDir dir;
-    SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--traffic-log", (dir / "traffic.log").string()});
-    ASSERT_TRUE(sim.ok());
-    const auto r = ctl(sim.port(), "admin", "admin");
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    const auto doc = nlohmann::json::parse(r.out);
-    EXPECT_EQ(doc["ServerInfo"]["Version"], "1.3.1");
-    ASSERT_GE(doc["strUser"].size(), 2u);
-    EXPECT_EQ(doc["strUser"][0]["Name"], "admin");
-    EXPECT_EQ(doc["strUserGroup"][0]["Name"], "Admin Group");
-    EXPECT_TRUE(doc["DDNSSetting"].contains("DomainName"));
-    kv::test::writeFile(dir / "doc.json", r.out);
-    const auto again = ctl(sim.port(), "admin", "admin", {"apply", (dir / "doc.json").string()});
-    EXPECT_EQ(again.exitCode, 0) << again.err;
-    EXPECT_NE(again.out.find("nothing to apply"), std::string::npos);
-    sim.stop();
-    const std::vector<std::string> once = loadAndChannelReads();
-    std::vector<std::string> twice = once;
-    twice.insert(twice.end(), once.begin(), once.end());
-    EXPECT_EQ(kv::test::readLines(dir / "traffic.log"), twice);
-}
-
-TEST(Ctl, ServerWithoutUsersIsEnteredWithoutTheGroupCheck) {
-    TempDir dir;
-    SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--seed", "empty", "--traffic-log", (dir / "t.log").string()});
-    ASSERT_TRUE(sim.ok());
-    const auto r = ctl(sim.port(), "anyone", "");
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(nlohmann::json::parse(r.out)["strUser"].size(), 0u);
-    sim.stop();
-    EXPECT_EQ(kv::test::readFile(dir / "t.log").find("4109"), std::string::npos);
-}
-
 TEST(Ctl, LoginRefusalsEndWithCodeThreeAndTheirMessage) {
     struct Case { std::vector<std::string> simArgs; std::string user, password, message; };
     const Case cases[] = {
         {{}, "admin", "wrong", "Server authorization failed!"},          // -10
-        {{}, "viewer", "viewer", "Server authorization failed!"},        // not in the administrators' group
-        {{"--deny-remote", "--treat-loopback-as-remote"}, "admin", "admin", "Service reject remote connection!"},
-        {{"--no-remote", "--treat-loopback-as-remote"}, "admin", "admin",
-         "Unable to connect to the server. Do you want to reconnect?"},
         {{"--shutting-down"}, "admin", "admin", "Server is shutting down ,wait moment and connect again!"},
         {{"--version", "1.4.2"}, "admin", "admin", "ver"},  // a service newer than the client
     };

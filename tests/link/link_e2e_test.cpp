@@ -1,5 +1,6 @@
 // TcpLink against LinkServer over real loopback sockets, plus raw peers that misbehave on either side.
 #include <array>
+#include <thread>
 #include <deque>
 #include <map>
 
@@ -10,6 +11,7 @@
 #include "link/frame.h"
 #include "link/link_server.h"
 #include "link/tcp_link.h"
+#include "session/session.h"
 #include "tests/base/test_util.h"
 #include "tests/support/link_doubles.h"
 
@@ -20,8 +22,33 @@ using namespace std::chrono_literals;
 using asio::ip::tcp;
 using Clock = std::chrono::steady_clock;
 
-using test::QueueExecutor;
 using test::RecordingEvents;
+
+/// The session's queue, noting whether each function was posted from the owner's thread: that is
+/// how the link hands over the events it held during a synchronous send.
+class TaggingExecutor : public Executor {
+public:
+    void post(std::function<void()> fn) override {
+        const bool fromOwner = std::this_thread::get_id() == owner_;
+        queue_.post([this, fromOwner, fn = std::move(fn)] {
+            runningFromOwner_ = fromOwner;
+            fn();
+        });
+    }
+    /// Runs queued functions until `done` holds or the time is up.
+    bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 3s) {
+        const auto deadline = Clock::now() + limit;
+        while (!done() && Clock::now() < deadline) queue_.drain(5);
+        return done();
+    }
+    void runFor(std::chrono::milliseconds time) { runUntil([] { return false; }, time); }
+    bool runningFromOwner() const { return runningFromOwner_; }
+
+private:
+    session::QueueExecutor queue_;
+    std::thread::id owner_ = std::this_thread::get_id();
+    bool runningFromOwner_ = false;
+};
 
 /// A service whose answers the tests script. Called on the server's I/O thread.
 class ScriptedHandler : public ServerHandler {
@@ -242,8 +269,8 @@ protected:
     ScriptedHandler handler_;
     std::unique_ptr<LinkServer> server_;
     std::thread ioThread_;
-    QueueExecutor executor_;
-    RecordingEvents events_{executor_};
+    TaggingExecutor executor_;
+    RecordingEvents events_{[this] { return executor_.runningFromOwner(); }};
     std::unique_ptr<TcpLink> link_;
 };
 

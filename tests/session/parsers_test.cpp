@@ -1,35 +1,9 @@
-// The parsers the login uses: accounts, groups, group of a user, server information, DDNS, status.
+// The server readers the login and the shell rely on: server information, DDNS, status.
 #include <gtest/gtest.h>
 
 #include "admin/codec.h"
-#include "users/codec.h"
 
 using namespace kv;
-
-// The lists' faults and golden texts are in tests/users; here what the login relies on.
-TEST(UserList, EntitiesAreReadAndEmptyOrBadAnswersGiveTheSentinel) {
-    users::UserList l;
-    ASSERT_TRUE(users::Load_UserList_XML("<RESPONSE RET=\"0\" ID=\"32801\"><UserList><User Name=\"admin\" "
-                                         "Password=\"a&amp;b\" PrimaryMail=\"p@x\" GroupID=\"1\" >1</User></UserList></RESPONSE>",
-                                         l));
-    ASSERT_EQ(l.size(), 1u);
-    EXPECT_EQ(l[0].Password, "a&b");
-    EXPECT_EQ(l[0].PrimaryMail, "p@x");
-    for (const char* xml : {"<RESPONSE RET=\"0\" ID=\"32801\"><UserList></UserList></RESPONSE>",
-                            "<RESPONSE RET=\"0\" ID=\"32801\"/>", "not xml", ""}) {
-        users::UserList bad(3);
-        users::Load_UserList_XML(xml, bad);
-        EXPECT_TRUE(users::NoUsers(bad)) << xml;
-    }
-}
-
-TEST(UserGroups, GroupOfAUserBothWays) {
-    EXPECT_EQ(users::XML_GetUserGroupID("<RESPONSE RET=\"0\" ID=\"4109\"><GroupID>2</GroupID></RESPONSE>"), 2);
-    EXPECT_EQ(users::XML_GetUserGroupID("<RESPONSE RET=\"0\" ID=\"4109\"/>"), -1);
-    EXPECT_EQ(users::XML_GetUserGroupID("-1"), -1);
-    EXPECT_EQ(users::Get_UserGroupOfUser_XML("a<b"),
-              "<CMD ID=\"4109\"><Param><UserName>a&lt;b</UserName></Param></CMD>");
-}
 
 TEST(ServerInfo, ChildrenByNameAndUnknownSkipped) {
     admin::ServerInfo s;

@@ -1,37 +1,20 @@
-// The reference service's channels: detection by address, status over time, channel writes (a
-// removal clears the slot alone), moves and presets; then the client's search and PTZ panel against
-// kelvarra-sim as its own process, with the commands it logged.
+// The reference service's channels: detection and search by address, status over time, channel
+// writes (a removal clears the slot alone), moves and presets, read with the client's readers.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
 #include <map>
 #include <set>
-#include <sstream>
-#include <thread>
 
-#include "session/session.h"
-#include "base/lang.h"
-#include "base/log.h"
 #include "base/text.h"
-#include "channels/channel_page.h"
 #include "channels/codec.h"
 #include "channels/ptz_codec.h"
-#include "channels/ptz_panel.h"
-#include "channels/search.h"
-#include "link/tcp_link.h"
+#include "channels/video_params.h"
 #include "sim/seed.h"
 #include "sim/seed_channels.h"
-#include "sim/traffic_log.h"
-#include "tests/base/test_util.h"
-#include "tests/channels/fake_service.h"
-#include "tests/support/sim_process.h"
 #include "users/codec.h"
 
 namespace kv::sim {
 namespace {
-
-using namespace std::chrono_literals;
 
 // The demo documents as a store the writes are applied to.
 struct DocStore {
@@ -94,6 +77,18 @@ TEST(SimCameras, DetectionAnswersByAddress) {
     EXPECT_EQ(lens.LensModeList, "left,right,both,auto");
     EXPECT_EQ(detected("192.168.20.26", 9).VideoNumber, 4) << "the encoder's last input";
     EXPECT_EQ(detected("192.168.20.28").Mode4FishEye, "quad");
+}
+
+TEST(SimCameras, SearchFindsFreeCamerasAndTheChannelsOwnAsTheClientReadsThem) {
+    channels::SearchCamList found;
+    ASSERT_TRUE(channels::Load_SearchCAMList_XML(
+        "<RESPONSE RET=\"0\" ID=\"8194\">" + seed::searchReplyBody() + "</RESPONSE>", found));
+    std::set<std::string> where;
+    for (const auto& d : found) where.insert(d.IP + ":" + std::to_string(d.HTTPPort));
+    EXPECT_TRUE(where.contains("192.168.20.21:80")) << "a camera on no channel";
+    EXPECT_TRUE(where.contains("192.168.10.101:80")) << "channel 1's camera, which the client leaves out";
+    EXPECT_TRUE(where.contains("192.168.10.101:8080")) << "the same address on another port";
+    EXPECT_EQ(where.size(), found.size()) << "no camera twice";
 }
 
 TEST(SimCameras, StatusChangesOverTime) {
@@ -190,125 +185,6 @@ TEST(SimChannelWrites, MovesPresetsAndFisheyeMode) {
 
     ASSERT_TRUE(d.write(12303, param(channels::Set_FisheyeMode_XML(12, "quad"))));
     EXPECT_EQ(d.channels()[11].Mode4FishEye, "quad");
-}
-
-// A client session logged in to kelvarra-sim through the real link.
-struct Client : session::LoginHost {
-    session::QueueExecutor executor;
-    link::TcpLink link{executor};
-    test::RecordingPrompter prompter;
-    base::Log log{"sim_channels_test"};
-    bool entered = false;
-    session::Session session{link, prompter, test::English(), log, *this, "test"};
-
-    void enterConfiguration(int32_t) override { entered = true; }
-
-    bool login(int port) {
-        session::LoginController& l = session.login;
-        l.cmdLine.bCmdLogin = true;
-        l.cmdLine.sCmdIP = "127.0.0.1";
-        l.cmdLine.iCmdPort = port;
-        l.cmdLine.sCmdUser = "admin";
-        l.cmdLine.sCmdPass = "admin";
-        l.bClickLogin = false;
-        l.imgLoginBtn_Click(0);
-        // Entered, and every answer of the initial load arrived.
-        return runUntil([&] { return entered; }) &&
-               runUntil([&] { return session.responsesRouted() >= session::Session::kInitialAsyncReads; });
-    }
-    bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 10s) {
-        const auto deadline = std::chrono::steady_clock::now() + limit;
-        auto tick = std::chrono::steady_clock::now() + 1s;
-        while (!done()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            executor.drain(20);
-            if (std::chrono::steady_clock::now() > tick) {
-                session.login.Timer1000();
-                tick += 1s;
-            }
-        }
-        return true;
-    }
-    ~Client() override {
-        session.dispatcher.bAppEnding = true;
-        link.Logout(session.login.hLogin);
-    }
-};
-
-std::vector<std::string> trafficSince(const std::filesystem::path& file, size_t from) {
-    const auto lines = test::readLines(file);
-    std::vector<std::string> out;
-    for (size_t n = from; n < lines.size(); ++n) out.push_back(unescapeTrafficLine(lines[n]));
-    return out;
-}
-
-class SimChannelsEndToEnd : public ::testing::Test {
-protected:
-    void SetUp() override {
-        sim_ = std::make_unique<test::SimProcess>(
-            KV_SIM_PROGRAM, dir_ / "data",
-            std::vector<std::string>{"--discovery-port", "0", "--traffic-log", traffic().string()});
-        ASSERT_TRUE(sim_->ok());
-        ASSERT_TRUE(client_.login(sim_->port()));
-        mark_ = trafficSince(traffic(), 0).size();
-    }
-    std::filesystem::path traffic() const { return dir_ / "traffic.log"; }
-    /// The commands logged since the last call.
-    std::vector<std::string> sent() {
-        auto lines = trafficSince(traffic(), mark_);
-        mark_ += lines.size();
-        return lines;
-    }
-    test::TempDir dir_;
-    std::unique_ptr<test::SimProcess> sim_;
-    Client client_;
-    size_t mark_ = 0;
-    test::FixedClock clock_;
-    test::RecordingHost host_;
-};
-
-TEST_F(SimChannelsEndToEnd, SearchTakesOverACameraAndPtzSteersAndKeepsPresets) {
-    session::Config& config = client_.session.config;
-    channels::ChannelPage page(config, client_.link, client_.prompter, test::English(), clock_, host_, "test");
-    channels::FormSearch search(config, client_.session.dispatcher, client_.link, test::English());
-    search.StartSearch();
-    ASSERT_TRUE(client_.runUntil([&] { return client_.session.dispatcher.bSearchDone; }));
-    search.onTick();
-    std::vector<std::string> found;
-    for (size_t i = 1; i < search.CameraList.size(); ++i) found.push_back(search.CameraList[i][0] + ":" + search.CameraList[i][3]);
-    EXPECT_EQ(found.size(), 9u) << "eight cameras of the network and a channel's address on another port";
-    EXPECT_NE(std::find(found.begin(), found.end(), "192.168.10.101:8080"), found.end());
-    EXPECT_EQ(std::find(found.begin(), found.end(), "192.168.10.101:80"), found.end()) << "channel 1 is in use";
-    ASSERT_TRUE(search.CameraList_DblClick(1, page));
-    EXPECT_EQ(page.iSelCH, 17);
-    EXPECT_EQ(page.txtNetwork[channels::kNetIP].text, "192.168.20.21");
-    page.cmdComit_Click(channels::kCommitCancel);
-
-    channels::PtzPanel ptz(config, client_.link, client_.prompter, test::English(), "test");
-    ptz.Refresh();
-    ASSERT_EQ(ptz.cmdPtesetCH.items, (std::vector<std::string>{"Parking North [3]", "Roof PTZ [8]"}));
-    ASSERT_TRUE(ptz.cmdPtesetCH_Click(0));
-    EXPECT_EQ(ptz.gridPresetList.size(), 2u);
-    sent();
-    ASSERT_TRUE(ptz.cmdPTZ_Click(4));  // right, at the first speed
-    ASSERT_TRUE(ptz.cmdPTZ_Click(1));  // up
-    EXPECT_EQ(sent(), (std::vector<std::string>{
-                          "<CMD ID=\"12289\"><Param><CH>3</CH><Target>0</Target><Direction>2</Direction>"
-                          "<Speed>1</Speed></Param></CMD>",
-                          "<CMD ID=\"12289\"><Param><CH>3</CH><Target>0</Target><Direction>3</Direction>"
-                          "<Speed>1</Speed></Param></CMD>"}));
-    channels::PresetRecord here;
-    ASSERT_TRUE(channels::Load_PTZABS_Pos_XML(
-        client_.link.SendCommand(0, true, channels::Get_PTZABS_Pos_XML(channels::kPtzUserData, 3)), here));
-    EXPECT_EQ(here.Pan + "/" + here.Tilt, "1/1") << "the position follows the moves";
-
-    ptz.txtPreset_Change("Entrance");
-    ASSERT_TRUE(ptz.cmdPreset_Click(channels::kPresetNew));
-    ASSERT_TRUE(ptz.SaveSetting());
-    ASSERT_TRUE(ptz.cmdPtesetCH_Click(1));
-    ASSERT_TRUE(ptz.cmdPtesetCH_Click(0));
-    ASSERT_EQ(ptz.gridPresetList.size(), 3u) << "presets are kept per channel";
-    EXPECT_EQ(ptz.gridPresetList[2][1], "Entrance");
 }
 
 }  // namespace

@@ -5,10 +5,12 @@
 #include <pugixml.hpp>
 
 #include "link/tcp_link.h"
+#include "session/session.h"
 #include "sim/traffic_log.h"
 #include "tests/base/test_util.h"
 #include "tests/support/link_doubles.h"
-#include "tests/support/sim_process.h"
+#include "tests/support/run_process.h"
+#include "sim/process.h"
 
 namespace kv::sim {
 namespace {
@@ -17,16 +19,21 @@ using namespace std::chrono_literals;
 
 /// A client session on the real link, logged in as the demo's administrator.
 struct Client {
-    test::QueueExecutor executor;
-    test::RecordingEvents events{executor};
+    session::QueueExecutor executor;
+    test::RecordingEvents events;
     link::TcpLink link{executor};
 
     /// The final login status: 9 logged in, or the refusal.
     int32_t login(int port) {
         link.setEvents(&events);
         link.Login("127.0.0.1", port, "admin", "admin", "sim_test_Brisnode");
-        executor.runUntil([&] { return events.lastStatus() == 9 || events.lastStatus() < 0; }, 10s);
+        runUntil([&] { return events.lastStatus() == 9 || events.lastStatus() < 0; });
         return events.lastStatus();
+    }
+    bool runUntil(const std::function<bool()>& done) {
+        const auto deadline = std::chrono::steady_clock::now() + 10s;
+        while (!done() && std::chrono::steady_clock::now() < deadline) executor.drain(20);
+        return done();
     }
     std::string send(const std::string& xml) { return link.SendCommand(0, true, xml); }
 };
@@ -40,7 +47,7 @@ std::string element(const std::string& reply, const char* name) {
 TEST(SimProgram, logsTrafficAnnouncesRebootAndStopsCleanly) {
     test::TempDir dir;
     const auto traffic = dir / "traffic.log";
-    test::SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0", "--traffic-log", traffic.string(), "--version", "1.2.9"},
+    sim::SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0", "--traffic-log", traffic.string(), "--version", "1.2.9"},
                          dir / "out");
     ASSERT_TRUE(sim.ok());
     Client client;
@@ -55,7 +62,7 @@ TEST(SimProgram, logsTrafficAnnouncesRebootAndStopsCleanly) {
 
     client.events.clear();
     sim.signal(SIGUSR1);
-    ASSERT_TRUE(client.executor.runUntil([&] { return !client.events.lines.empty(); }, 10s));
+    ASSERT_TRUE(client.runUntil([&] { return !client.events.lines.empty(); }));
     EXPECT_EQ(client.events.lines.front(), "notify <NOTIFY><Reboot>1</Reboot></NOTIFY>");
 
     EXPECT_EQ(sim.stop(SIGTERM), 0);
@@ -71,14 +78,14 @@ TEST(SimProgram, keepsAnAcknowledgedWriteThroughAKill) {
                               "<Period>60</Period><DomainName>after-kill.example.org</DomainName><UserName>u</UserName>"
                               "<Password>p</Password></Param></CMD>";
     {
-        test::SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0"});
+        sim::SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0"});
         ASSERT_TRUE(sim.ok());
         Client client;
         ASSERT_EQ(client.login(sim.port()), 9);
         ASSERT_EQ(client.send(write).rfind(R"(<RESPONSE RET="0")", 0), 0u);
         sim.stop(SIGKILL);
     }
-    test::SimProcess again(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0"});
+    sim::SimProcess again(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0"});
     ASSERT_TRUE(again.ok());
     Client client;
     ASSERT_EQ(client.login(again.port()), 9);

@@ -1,11 +1,16 @@
-// Doubles for tests of the core: a link that does nothing unless told, and a prompter that records.
+// Doubles for tests of the core and the pages: a link that does nothing unless told and one that
+// answers from a script, a prompter that records, a clock moved by hand, the English texts.
 #pragma once
 
+#include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "app/clock.h"
 #include "app/prompter.h"
+#include "base/lang.h"
 #include "link/service_link.h"
 
 namespace kv::test {
@@ -44,9 +49,19 @@ public:
         sent.push_back(xml);
         waited.push_back(wait);
         if (!wait) return "";
-        const int32_t id = static_cast<int32_t>(std::stol(xml.substr(9)));
+        const int32_t id = idOf(xml);
         if (const auto it = replies.find(id); it != replies.end()) return it->second;
         return refuseUnscripted ? "-1" : "<RESPONSE RET=\"0\" ID=\"" + std::to_string(id) + "\"></RESPONSE>";
+    }
+    /// The command ids sent, in order.
+    std::vector<int32_t> ids() const {
+        std::vector<int32_t> out;
+        for (const std::string& s : sent) out.push_back(idOf(s));
+        return out;
+    }
+    static int32_t idOf(const std::string& xml) {
+        const size_t q = xml.find('"');
+        return q == std::string::npos ? 0 : std::atoi(xml.c_str() + q + 1);
     }
 };
 
@@ -64,6 +79,22 @@ public:
         return answer;
     }
 };
+
+/// A clock moved by hand.
+struct FixedClock : app::Clock {
+    int64_t now = 1'700'000'000;
+    int64_t nowSeconds() const override { return now; }
+};
+
+/// The English texts of the share folder.
+inline const base::Language& English() {
+    static const base::Language lang = [] {
+        base::Language l(std::filesystem::path(KV_SOURCE_SHARE) / "Lang");
+        l.LoadLanguage(base::LanguageFileName(1));
+        return l;
+    }();
+    return lang;
+}
 
 /// The commands of a complete login in their order, as the service receives them.
 inline std::vector<std::string> ExpectedLoginCommands(bool groupCheck, int channels = 64) {

@@ -1,75 +1,20 @@
-// Doubles for tests over the real link: an owner's queue the test thread drains, and events
-// written down one line each.
+// The link's events written down one line each, for tests over the real link.
 #pragma once
 
 #include <algorithm>
-#include <chrono>
-#include <condition_variable>
-#include <deque>
 #include <functional>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "link/service_link.h"
 
 namespace kv::test {
 
-/// The owner's queue: the test thread drains it. Remembers whether each function was posted by the owner.
-class QueueExecutor : public link::Executor {
-public:
-    void post(std::function<void()> fn) override {
-        std::lock_guard lock(mu_);
-        queue_.push_back({std::move(fn), std::this_thread::get_id() == owner_});
-        cv_.notify_all();
-    }
-
-    /// Runs queued functions until `done` holds or the time is up.
-    bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = std::chrono::seconds(3)) {
-        const auto deadline = std::chrono::steady_clock::now() + limit;
-        for (;;) {
-            drain();
-            if (done()) return true;
-            std::unique_lock lock(mu_);
-            if (!cv_.wait_until(lock, deadline, [this] { return !queue_.empty(); })) break;
-        }
-        drain();
-        return done();
-    }
-    void runFor(std::chrono::milliseconds time) { runUntil([] { return false; }, time); }
-    bool runningFromOwner() const { return runningFromOwner_; }
-
-private:
-    struct Item {
-        std::function<void()> fn;
-        bool fromOwner;
-    };
-    void drain() {
-        for (;;) {
-            Item item;
-            {
-                std::lock_guard lock(mu_);
-                if (queue_.empty()) return;
-                item = std::move(queue_.front());
-                queue_.pop_front();
-            }
-            runningFromOwner_ = item.fromOwner;
-            item.fn();
-        }
-    }
-
-    std::thread::id owner_ = std::this_thread::get_id();
-    std::mutex mu_;
-    std::condition_variable cv_;
-    std::deque<Item> queue_;
-    bool runningFromOwner_ = false;
-};
-
-/// Writes each event as one line of text; `held` tells whether the link handed it over itself after a wait.
+/// Writes each event as one line of text; `held` notes, per line, what `heldNow` said when it came
+/// (the link suite: whether the link handed it over itself after a wait).
 class RecordingEvents : public link::LinkEvents {
 public:
-    explicit RecordingEvents(const QueueExecutor& executor) : executor_(executor) {}
+    explicit RecordingEvents(std::function<bool()> heldNow = {}) : heldNow_(std::move(heldNow)) {}
 
     void OnResponse(int32_t, const std::string& xml) override { add("response " + xml); }
     void OnNotifyServiceStatus(int32_t, int32_t status) override {
@@ -105,9 +50,9 @@ public:
 private:
     void add(std::string line) {
         lines.push_back(std::move(line));
-        held.push_back(executor_.runningFromOwner());
+        held.push_back(heldNow_ && heldNow_());
     }
-    const QueueExecutor& executor_;
+    std::function<bool()> heldNow_;
 };
 
 }  // namespace kv::test

@@ -101,6 +101,14 @@ TEST(UserWire, BadGroupListsKeepChannelListsAsSent) {
     EXPECT_TRUE(NoGroups(g));
 }
 
+TEST(UserWire, GroupOfAUserBothWays) {
+    EXPECT_EQ(XML_GetUserGroupID("<RESPONSE RET=\"0\" ID=\"4109\"><GroupID>2</GroupID></RESPONSE>"), 2);
+    EXPECT_EQ(XML_GetUserGroupID("<RESPONSE RET=\"0\" ID=\"4109\"/>"), -1);
+    EXPECT_EQ(XML_GetUserGroupID("-1"), -1);
+    EXPECT_EQ(Get_UserGroupOfUser_XML("a<b"),
+              "<CMD ID=\"4109\"><Param><UserName>a&lt;b</UserName></Param></CMD>");
+}
+
 TEST(Rights, AdminListsAndTheRightsOfTheLoggedInAccount) {
     EXPECT_EQ(GetAdminGroupChList(1, 4), "1,2,3,4");
     EXPECT_EQ(GetAdminGroupChList(1, 0), "");

@@ -13,16 +13,6 @@ using namespace kv::users;
 
 namespace {
 
-class ScriptedLink : public test::NullLink {
-public:
-    std::vector<std::string> sent;
-    std::string reply = "<RESPONSE RET=\"0\" ID=\"0\"></RESPONSE>";
-    std::string SendCommand(int32_t, bool, const std::string& xml) override {
-        sent.push_back(xml);
-        return reply;
-    }
-};
-
 class UserPageTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(lang.LoadLanguage(base::LanguageFileName(1))); }
@@ -46,7 +36,7 @@ protected:
     }
 
     base::Language lang{std::filesystem::path(KV_SOURCE_SHARE) / "Lang"};
-    ScriptedLink link;
+    test::AnsweringLink link;
     test::RecordingPrompter prompter;
     UserList strUser = EmptyUserList();
     UserGroupList strUserGroup = EmptyUserGroupList();
@@ -152,13 +142,13 @@ TEST_F(UserPageTest, PageSaveSendsTheWholeListAndARefusalChangesNothing) {
     ASSERT_TRUE(saveUser(t, "carol", "c", "c"));
 
     const UserList before = strUser;
-    link.reply = "<RESPONSE RET=\"-1\" ID=\"32802\"></RESPONSE>";
+    link.replies[32802] = "<RESPONSE RET=\"-1\" ID=\"32802\"></RESPONSE>";
     EXPECT_FALSE(t.SaveSetting());
     EXPECT_EQ(strUser, before);
     EXPECT_TRUE(t.dirty());
     EXPECT_EQ(prompter.boxes.back(), "The setting could not be saved on the server!");
 
-    link.reply = "<RESPONSE RET=\"0\" ID=\"32802\"></RESPONSE>";
+    link.replies.erase(32802);
     ASSERT_TRUE(t.SaveSetting());
     EXPECT_FALSE(t.dirty());
     const UserList expected = {{1, "admin", "a", "", "", "", "", 1, false},
@@ -290,14 +280,14 @@ TEST_F(UserPageTest, RefusedGroupSaveKeepsThePageDirtyAndTheListAsItWas) {
     g.imgUserGroupbtn_Click(kNew);
     g.txtUserGroup_Change("Late");
     g.gridCHList_Click(2, 0, 4);
-    link.reply = "<RESPONSE RET=\"-3\" ID=\"32804\"></RESPONSE>";
+    link.replies[32804] = "<RESPONSE RET=\"-3\" ID=\"32804\"></RESPONSE>";
     EXPECT_FALSE(g.imgUserGroupbtn_Click(kSave));
     EXPECT_EQ(strUserGroup, before);
     EXPECT_TRUE(g.dirty());
-    link.reply = "-5";  // the link itself failed
+    link.replies[32804] = "-5";  // the link itself failed
     EXPECT_FALSE(g.SaveSetting());
     EXPECT_EQ(strUserGroup, before);
-    link.reply = "<RESPONSE RET=\"0\" ID=\"32804\"></RESPONSE>";
+    link.replies.erase(32804);
     EXPECT_TRUE(g.SaveSetting()) << "the hidden grid kept the row for another try";
     EXPECT_EQ(strUserGroup.back(), (UserGroupRecord{4, "Late", "", "", "5"}));
     EXPECT_FALSE(g.dirty());
