@@ -113,11 +113,7 @@ void ShellModel::Timer1000() {
             if (p > 0 && p < 100) exportProgressText = std::to_string(p) + " %";
         }
         // 3. Pages become ready as their data arrives.
-        if (bPageWait) {
-            iPageReady = DerivePageReady(dispatcher_.bDataReady, iPageReady);
-            bPageWait = !std::all_of(dispatcher_.bDataReady.begin(), dispatcher_.bDataReady.end(),
-                                     [](bool b) { return b; });
-        }
+        RefreshPageReady();
         // 4. Status polls; the server page also asks for the DDNS state and the service status.
         const int64_t now = clock_.nowSeconds();
         const int64_t period = iCurMenu == menu::kChannel ? 3 : 30;
@@ -216,6 +212,12 @@ void ShellModel::activateFirstPage(int32_t frame) {
     const bool usable = frame >= 0 && frame < static_cast<int32_t>(kMenuCount) && frame != menu::kSave &&
                         frame != menu::kExit && lbMenu[static_cast<size_t>(frame)].enabled;
     lbMenu_Click(usable ? frame : menu::kServer);
+}
+
+void ShellModel::RefreshPageReady() {
+    if (!bPageWait) return;
+    iPageReady = DerivePageReady(dispatcher_.bDataReady, iPageReady);
+    bPageWait = !std::all_of(dispatcher_.bDataReady.begin(), dispatcher_.bDataReady.end(), [](bool b) { return b; });
 }
 
 void ShellModel::setDirty(size_t areaIndex, bool dirty) {

@@ -198,6 +198,10 @@ public:
     bool SaveAll(bool bNotify);
     /// One tick of the one-second timer.
     void Timer1000();
+    /// iPageReady from the data-ready flags while some are still missing (step 3 of the tick;
+    /// the desktop client also runs it when an answer arrives, so a page shows without waiting
+    /// for the tick).
+    void RefreshPageReady();
     /// The way out; true when the program ends, false when the user stays.
     bool ExitConfigSystem();
     /// The window's close box: the same way out. True when the window may close.

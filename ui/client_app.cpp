@@ -160,7 +160,9 @@ void ClientApp::scheduleRefresh() {
     refreshPending_ = true;
     QTimer::singleShot(0, &context_, [this] {
         refreshPending_ = false;
-        if (!ended_) refreshAll();
+        if (ended_) return;
+        if (shell_) shell_->RefreshPageReady();
+        refreshAll();
     });
 }
 

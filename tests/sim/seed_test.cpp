@@ -6,6 +6,7 @@
 
 #include <map>
 #include <set>
+#include <sstream>
 
 #include "base/text.h"
 
@@ -13,13 +14,15 @@ using namespace kv::sim;
 
 namespace {
 
-std::map<std::string, std::string> asMap(const SimStore::Documents& docs) {
-    std::map<std::string, std::string> m;
+using Docs = std::map<std::string, std::string>;
+
+Docs asMap(const SimStore::Documents& docs) {
+    Docs m;
     for (const auto& [k, v] : docs) m[k] = v;
     return m;
 }
 
-const std::map<std::string, std::string>& demo() {
+const Docs& demo() {
     static const auto m = asMap(demoDocuments());
     return m;
 }
@@ -45,22 +48,21 @@ std::set<int> ids(const pugi::xml_node& list, const char* attrName = "ID") {
     return out;
 }
 
-// Same element names, attributes and texts, in the same order.
-bool sameValues(const pugi::xml_node& a, const pugi::xml_node& b) {
-    if (std::string_view(a.name()) != b.name() || std::string_view(a.value()) != b.value()) return false;
-    auto aa = a.attributes().begin(), ba = b.attributes().begin();
-    for (; aa != a.attributes().end() && ba != b.attributes().end(); ++aa, ++ba)
-        if (std::string_view(aa->name()) != ba->name() || std::string_view(aa->value()) != ba->value()) return false;
-    if ((aa == a.attributes().end()) != (ba == b.attributes().end())) return false;
-    auto ac = a.children().begin(), bc = b.children().begin();
-    for (; ac != a.children().end() && bc != b.children().end(); ++ac, ++bc)
-        if (!sameValues(*ac, *bc)) return false;
-    return (ac == a.children().end()) == (bc == b.children().end());
+std::string printed(const pugi::xml_node& n) {
+    std::ostringstream out;
+    n.print(out, "", pugi::format_raw);
+    return out.str();
+}
+
+// A body's elements printed in one escaping, so that bodies with the same values compare equal.
+std::string canonical(const std::string& body) {
+    pugi::xml_document doc;
+    EXPECT_TRUE(doc.load_string(("<P>" + body + "</P>").c_str())) << body;
+    return printed(doc.first_child());
 }
 
 // The documents after a write, applied over the demo.
-std::map<std::string, std::string> afterWrite(int id, const std::string& param,
-                                              std::map<std::string, std::string> docs = demo()) {
+Docs afterWrite(int id, const std::string& param, Docs docs = demo()) {
     const auto changed = documentsFromWrite(id, param, [&](const std::string& k) -> std::optional<std::string> {
         const auto it = docs.find(k);
         return it == docs.end() ? std::nullopt : std::optional<std::string>(it->second);
@@ -90,57 +92,34 @@ TEST(Seed, BothSeedsParseAsRepliesAndAnswerEveryLoginRead) {
             EXPECT_TRUE(reply.r.first_child()) << key << " has an empty body";
         }
         for (const auto& [id, param] : kLoginReads) EXPECT_TRUE(docs.count(readKey(id, param))) << id << " " << param;
+        // The login goes on only with the version the client is compatible with.
+        EXPECT_STREQ(Reply("4100", docs.at("4100")).r.child_value("Version"), "1.3.1");
     }
     EXPECT_EQ(demoDocuments().size(), demo().size()) << "no key twice";
     EXPECT_EQ(emptyDocuments().size(), empty.size());
-    EXPECT_EQ(readKey(4098, "<Type>0</Type>"), "4098.0");
     EXPECT_EQ(readKey(32833, "<ID>2</ID>"), "32833.2");
-    EXPECT_EQ(readKey(4101, "<CH>8</CH>"), "4101.8");
     EXPECT_EQ(readKey(4098, ""), "") << "a read that picks a document and names none finds nothing";
     EXPECT_EQ(readKey(32775, ""), "") << "a write reads nothing";
-    // The empty seed holds nothing but the server information.
-    EXPECT_EQ(empty.at("32801"), "<UserList></UserList>");
-    EXPECT_EQ(empty.at("24582"), "<CHList></CHList>");
-    for (const char* key : {"4098.1", "4098.0"})
-        EXPECT_FALSE(Reply(key, empty.at(key)).r.child("NodeList").first_child()) << key;
-    EXPECT_STREQ(Reply("4100", empty.at("4100")).r.child_value("Version"), "1.3.1");
+    // The empty seed holds no accounts, channels or map nodes.
+    for (const auto& [key, list] : {std::pair{"32801", "UserList"}, {"24582", "CHList"}, {"4098.1", "NodeList"}, {"4098.0", "NodeList"}})
+        EXPECT_FALSE(Reply(key, empty.at(key)).r.child(list).first_child()) << key;
 }
 
-TEST(Seed, DemoChannelsAreVariedAndReadTheWayTheClientReadsThem) {
+TEST(Seed, DemoChannelsReadTheWayTheClientReadsThem) {
     Reply reply("24582", demo().at("24582"));
-    std::set<int> brands, formats;
     std::set<std::string> names;
-    int configured = 0;
-    bool alternatives = false, ptz = false, io = false, lens = false;
     for (const auto& ch : reply.r.child("CHList").children()) {
-        ++configured;
         names.insert(kv::base::XMLFilter(ch.child_value("Name"), false));
         // IP first, so that on a reload nothing is laid over before the saved record comes back.
         EXPECT_STREQ(ch.first_child().name(), "IP");
         EXPECT_GE(num(ch.first_attribute()), 1);
-        const auto sys = ch.child("System");
-        brands.insert(num(sys.child("BrandCode")));
-        io |= num(sys.child("NumberDI")) > 0 && num(sys.child("NumberDO")) > 0;
-        ptz |= num(ch.child("PTZ").child("PTZEnable")) != 0;
-        const auto video = ch.child("Video");
-        const std::string fmt = video.child_value("FMT");
-        formats.insert(fmt == "mpeg4" ? 1 : fmt == "h264" ? 2 : 0);
-        lens |= video.child("LensModeList") && num(sys.child("BrandCode")) == 20;
-        for (const auto& list : video.children("SizeList")) {
+        for (const auto& list : ch.child("Video").children("SizeList")) {
             EXPECT_STREQ(list.first_attribute().name(), "FMT");
-            for (const auto& size : list.children()) {
-                alternatives |= std::string(size.text().get()).find("||") != std::string::npos;
+            for (const auto& size : list.children())
                 EXPECT_STREQ(size.first_attribute().name(), "FPSLower") << "bounds go by position";
-            }
         }
     }
-    EXPECT_GE(configured, 12);
-    EXPECT_GE(brands.size(), 5u);
-    EXPECT_TRUE(brands.count(3) && brands.count(20));
-    EXPECT_EQ(formats.size(), 3u);
-    EXPECT_TRUE(alternatives && ptz && io && lens);
     EXPECT_TRUE(names.count("Door <A> & \"B\"")) << "a name with markup survives the client's reading";
-    EXPECT_NE(demo().at("24582").find("Door &lt;A> &amp; &quot;B&quot;"), std::string::npos);
 }
 
 TEST(Seed, DemoAccountsLetTheAdministratorIn) {
@@ -148,7 +127,6 @@ TEST(Seed, DemoAccountsLetTheAdministratorIn) {
     std::map<std::string, int> group;
     for (const auto& u : users.r.child("UserList").children()) group[u.attribute("Name").value()] = num(u.attribute("GroupID"));
     EXPECT_EQ(group["admin"], 1);
-    EXPECT_EQ(group["viewer"], 2);
 
     Reply groups("32803", demo().at("32803"));
     const auto admin = groups.r.child("UserGroupList").first_child();
@@ -160,19 +138,6 @@ TEST(Seed, DemoAccountsLetTheAdministratorIn) {
     std::set<int> groupIds;
     for (const auto& g : groups.r.child("UserGroupList").children()) groupIds.insert(num(g));
     for (const auto& [name, g] : group) EXPECT_TRUE(groupIds.count(g)) << name;
-
-    Reply info("4100", demo().at("4100"));
-    EXPECT_STREQ(info.r.child_value("Version"), "1.3.1");
-    EXPECT_STRNE(info.r.child_value("PackageVersion"), "");
-
-    // The group of a user, as the login asks it: names compare as the client compares them.
-    const auto groupOf = [](const std::string& list, const char* name) {
-        return num(Reply("4109", groupReplyBody(list, name)).r.child("GroupID"));
-    };
-    EXPECT_EQ(groupOf(demo().at("32801"), " ADMIN"), 1);
-    EXPECT_EQ(groupOf(demo().at("32801"), "viewer"), 2);
-    EXPECT_EQ(groupOf(demo().at("32801"), "nobody"), -1);
-    EXPECT_EQ(groupOf("<UserList></UserList>", "admin"), -1);
 }
 
 TEST(Seed, DemoReferencesPointAtThingsThatExist) {
@@ -190,13 +155,14 @@ TEST(Seed, DemoReferencesPointAtThingsThatExist) {
         const int ch = num(a.attribute("CH")), event = num(a.attribute("Event"));
         EXPECT_TRUE(groupIds.count(num(a.attribute("ActionGroup")))) << ch;
         ASSERT_TRUE(channels.count(ch)) << ch;
+        const auto sys = channels[ch].child("System");
         // A DI kind needs inputs and the edge the camera reports (bit code-1 of DITriggerType).
         if (event >= 1 && event <= 3) {
-            EXPECT_GT(num(channels[ch].child("System").child("NumberDI")), 0) << ch;
-            EXPECT_TRUE(num(channels[ch].child("System").child("DITriggerType")) & (1 << (event - 1))) << ch;
+            EXPECT_GT(num(sys.child("NumberDI")), 0) << ch;
+            EXPECT_TRUE(num(sys.child("DITriggerType")) & (1 << (event - 1))) << ch;
         }
         if (num(a.attribute("DigitalOut"))) {
-            EXPECT_GT(num(channels[ch].child("System").child("NumberDO")), 0) << ch;
+            EXPECT_GT(num(sys.child("NumberDO")), 0) << ch;
         }
         if (event > 4109) {
             EXPECT_TRUE(triggerIds.count(event - 4109)) << event;
@@ -208,8 +174,7 @@ TEST(Seed, DemoReferencesPointAtThingsThatExist) {
         {"TcpDest", {"32805", "TCPList"}}, {"SoundDest", {"32780", "FilePathList"}}, {"SOPDest", {"32799", "SOPList"}},
     };
     for (const auto& [attrName, where] : kinds) {
-        Reply dest(where.first, demo().at(where.first));
-        const auto destIds = ids(dest.r.child(where.second));
+        const auto destIds = ids(Reply(where.first, demo().at(where.first)).r.child(where.second));
         int used = 0;
         for (const auto& g : groups.r.child("ActionGroupList").children())
             if (g.attribute(attrName)) {
@@ -219,13 +184,11 @@ TEST(Seed, DemoReferencesPointAtThingsThatExist) {
         EXPECT_GT(used, 0) << attrName << " is used by no group";
     }
 
-    Reply mapGroups("4098.1", demo().at("4098.1"));
-    const auto nodeList = [](const Reply& r) { return r.r.first_child().next_sibling(); };
-    std::set<int> groupNodes;
-    for (const auto& n : nodeList(mapGroups).children()) groupNodes.insert(num(n.attribute("ID")));
+    // Map nodes: the list follows the UserData; cameras are channels and sit in a group.
+    Reply mapGroups("4098.1", demo().at("4098.1")), cameras("4098.0", demo().at("4098.0"));
+    const auto groupNodes = ids(mapGroups.r.first_child().next_sibling());
     EXPECT_TRUE(groupNodes.count(0)) << "the root group";
-    Reply cameras("4098.0", demo().at("4098.0"));
-    for (const auto& n : nodeList(cameras).children()) {
+    for (const auto& n : cameras.r.first_child().next_sibling().children()) {
         EXPECT_TRUE(channels.count(num(n.attribute("ID")))) << num(n.attribute("ID"));
         EXPECT_TRUE(groupNodes.count(num(n.child("ParentGroup"))));
     }
@@ -245,13 +208,11 @@ TEST(Seed, DemoReferencesPointAtThingsThatExist) {
 
     // Motion can be on only with a mask.
     Reply analytics("32787", demo().at("32787"));
-    Reply masks("32794", demo().at("32794"));
-    const auto maskChannels = ids(masks.r.child("CHList"));
-    for (const auto& md : analytics.r.child("MotionDetectList").children()) {
+    const auto maskChannels = ids(Reply("32794", demo().at("32794")).r.child("CHList"));
+    for (const auto& md : analytics.r.child("MotionDetectList").children())
         if (num(md.attribute("Enable"))) {
             EXPECT_TRUE(maskChannels.count(num(md.attribute("CH"))));
         }
-    }
 }
 
 TEST(Seed, SchedulesHoldSevenFullDayStringsForEveryChannel) {
@@ -290,13 +251,9 @@ TEST(SeedWrites, WholeListsComeBackAsTheyWereWritten) {
     for (const Case& c : cases) {
         const auto docs = documentsFromWrite(c.id, c.param, nullptr);
         ASSERT_EQ(docs.size(), 1u) << c.id;
-        const auto* doc = &docs.front();
-        EXPECT_EQ(doc->first, c.key);
-        pugi::xml_document written, stored;
-        ASSERT_TRUE(written.load_string((std::string("<P>") + c.param + "</P>").c_str()));
-        ASSERT_TRUE(stored.load_string(("<P>" + doc->second + "</P>").c_str())) << c.id;
-        EXPECT_TRUE(sameValues(written.first_child(), stored.first_child())) << c.id << "\n" << doc->second;
-        EXPECT_EQ(afterWrite(c.id, c.param).at(c.key), doc->second);
+        EXPECT_EQ(docs.front().first, c.key);
+        EXPECT_EQ(canonical(docs.front().second), canonical(c.param)) << c.id;
+        EXPECT_EQ(afterWrite(c.id, c.param).at(c.key), docs.front().second);
     }
 }
 
@@ -321,13 +278,102 @@ TEST(SeedWrites, RefusedWritesChangeNothing) {
     }).empty()) << c.id << " " << c.param;
 }
 
+// The channel an entry of a per-channel list is for: a CH attribute, a CH child, or (masks) its ID.
+int channelOf(const pugi::xml_node& e) {
+    if (e.attribute("CH")) return num(e.attribute("CH"));
+    if (e.child("CH")) return num(e.child("CH"));
+    return num(e.attribute("ID"));
+}
+
+// The entries of every list of a body, split into those of channel `ch` and the others.
+struct Entries {
+    std::vector<std::string> mine, others;
+    bool inChannelOrder = true;
+};
+Entries entriesOf(const std::string& body, int ch) {
+    Entries out;
+    pugi::xml_document doc;
+    EXPECT_TRUE(doc.load_string(("<P>" + body + "</P>").c_str())) << body;
+    for (const auto& list : doc.first_child().children()) {
+        int last = 0;
+        for (const auto& e : list.children()) {
+            (channelOf(e) == ch ? out.mine : out.others).push_back(list.name() + (":" + printed(e)));
+            out.inChannelOrder &= channelOf(e) >= last;
+            last = channelOf(e);
+        }
+    }
+    return out;
+}
+
+// Writes of one channel's part of a list document: that channel's entries are replaced, in channel
+// order, and every other channel's stay as they were.
+TEST(SeedWrites, OneChannelsPartReplacesOnlyThatChannelsEntries) {
+    const std::string mode = "<FPS>2</FPS><IFrameOnly>1</IFrameOnly><PreAlarmLength>3</PreAlarmLength><PostAlarmLength>0</PostAlarmLength><Active>1</Active>";
+    const std::string rec = "<CH>2</CH><Continuous>" + mode + "</Continuous><Schedule>" + mode + "</Schedule><Event>" + mode +
+                            "</Event><Manual>" + mode + "</Manual><PreAlarmLength>3</PreAlarmLength><DualMode>1</DualMode>"
+                            "<FMT>jpeg</FMT><Size>640x360</Size><FPS>3</FPS><Quality>5</Quality><RateControl>-1</RateControl><BitRate>6</BitRate><GOP>30</GOP>";
+    const std::string on(96, '1'), off(96, '0');
+    const auto week = [&](const std::string& close) {
+        std::string param = "<CH>5</CH><EnableList>";
+        for (int d = 0; d < 7; ++d) param += "<Enable Day=\"" + std::to_string(d) + "\">" + (d % 2 ? on : off) + close;
+        return param + "</EnableList>";
+    };
+    const std::string analytics = "<CH>4</CH><MotionDetect  Enable=\"1\" CameraEnable=\"0\" AlarmInterval=\"7\" AlarmLevel=\"2\" History=\"9\" Sensitivity=\"77\" />"
+                                  "<MaliciousAttack  Enable=\"1\" AlarmLevel=\"1\" Sensitivity=\"2\" AlarmInterval=\"3\" Period=\"4\" />"
+                                  "<ObjectLoss Enable=\"0\" Sensitivity=\"1\" AlarmLevel=\"2\" AlarmInterval=\"3\" Period=\"4\" />"
+                                  "<Tripwire Enable=\"0\" Sensitivity=\"5\" AlarmInterval=\"6\" ROIType=\"2\" />"
+                                  "<ObjectCounting Enable=\"1\" /><UnattendedObject Enable=\"0\" Period=\"8\" />"
+                                  "<FaceCounting  Enable=\"0\" AlarmInterval=\"1\" AlarmLevel=\"2\" Period=\"3\" />";
+    std::string rows;
+    for (int r = 0; r < 24; ++r) rows += "<ROI Row=\"" + std::to_string(r) + "\">" + std::string(32, r == 3 ? '1' : '0') + "</ROI>";
+    const std::string mask = "<CH>9</CH><ROIList>" + rows + "</ROIList><Height>600</Height><Width>800</Width>";
+    const std::string noLine = "<ROI Width=\"0\" Height=\"0\" LeftTopX=\"0\" LeftTopY=\"0\" RightBottomX=\"0\" RightBottomy=\"0\" ID=\"0\" Direction=\"0\" />";
+    struct Case {
+        int id;
+        const char* key;
+        int ch;
+        std::string param;
+        size_t mine;        // the channel's entries after the write
+        std::string shows;  // a piece of the stored text
+        bool overEmpty = false;
+    };
+    const Case cases[] = {
+        // Recording settings: the bit rate is stored as the reply spells it, "Bitrate".
+        {32784, "32783", 2, rec, 1, "<Bitrate>6</Bitrate>"},
+        {32784, "32783", 2, rec, 1, "<DualMode>1</DualMode>", true},  // on the empty seed too
+        // Both schedules take seven days; the event schedule's "< /Enable>" is mended.
+        {32782, "32808", 5, week("</Enable>"), 7, "<Enable CH=\"5\" Day=\"1\">" + on},
+        {32810, "32809", 5, week("< /Enable>"), 7, "<Enable CH=\"5\" Day=\"3\">" + on},
+        // Analytics: one entry in each kind's list, attributes kept.
+        {32789, "32787", 4, analytics, 7, "History=\"9\" Sensitivity=\"77\""},
+        // Motion and face-counting masks: one entry with the size and the rows.
+        {32795, "32794", 9, mask, 1, "<CH ID=\"9\"><Width>800</Width><Height>600</Height><ROIList><ROI Row=\"0\">"},
+        {32821, "32820", 9, mask, 1, "<ROI Row=\"3\">" + std::string(32, '1')},
+        // Rectangles: marked with the channel, the writer's "RightBottomy" read back as "RightBottomY".
+        {32793, "32792", 5, "<CH>5</CH><ROIList><ROI Width=\"640\" Height=\"480\" LeftTopX=\"1\" LeftTopY=\"2\" RightBottomX=\"3\" RightBottomy=\"4\" ID=\"7\" /></ROIList>",
+         1, "<ROI CH=\"5\" Width=\"640\" Height=\"480\" LeftTopX=\"1\" LeftTopY=\"2\" RightBottomX=\"3\" RightBottomY=\"4\" ID=\"7\""},
+        // Lines: the all-zero "no line" element is dropped, a polygon keeps its points.
+        {32797, "32796", 12, "<CH>12</CH><ROIList>" + noLine + "<ROI Width=\"2048\" Height=\"1536\" ID=\"4\" Direction=\"0\" ><PointList ><Point X=\"1\" Y=\"2\"/><Point X=\"3\" Y=\"4\"/><Point X=\"5\" Y=\"6\"/></PointList ></ROI></ROIList>",
+         1, "<Point X=\"1\" Y=\"2\" /><Point X=\"3\" Y=\"4\" /><Point X=\"5\" Y=\"6\" />"},
+        {32812, "32811", 10, "<CH>10</CH><ROIList>" + noLine + "</ROIList>", 0, ""},
+    };
+    for (const Case& c : cases) {
+        const Docs base = c.overEmpty ? asMap(emptyDocuments()) : demo();
+        const std::string after = afterWrite(c.id, c.param, base).at(c.key);
+        const Entries was = entriesOf(base.at(c.key), c.ch), now = entriesOf(after, c.ch);
+        EXPECT_EQ(now.mine.size(), c.mine) << c.id;
+        EXPECT_EQ(now.others, was.others) << c.id;
+        EXPECT_TRUE(now.inChannelOrder) << c.id;
+        EXPECT_NE(after.find(c.shows), std::string::npos) << c.id << "\n" << after;
+    }
+}
+
 // POS devices, trigger events and profiles: an added entry gets the next id, a change replaces the
 // entry of its ID, a removal drops it; a profile's own document follows its list entry.
 TEST(SeedWrites, PosListsKeepTheirEntriesById) {
     auto docs = afterWrite(32825, "<Name>Till 3</Name><SerialPort>COM3</SerialPort>");
-    Reply added("32824", docs.at("32824"));
-    EXPECT_STREQ(added.r.child("POSDeviceList").last_child().child_value("ID"), "3");
-    EXPECT_STREQ(added.r.child("POSDeviceList").last_child().child_value("SerialPort"), "COM3");
+    const auto lastDevice = Reply("32824", docs.at("32824")).r.child("POSDeviceList").last_child();
+    EXPECT_EQ(printed(lastDevice), "<POSDevice><ID>3</ID><Name>Till 3</Name><SerialPort>COM3</SerialPort></POSDevice>");
     docs = afterWrite(32826, "<ID>1</ID><Name>Front</Name>", docs);
     EXPECT_STREQ(Reply("32824", docs.at("32824")).r.child("POSDeviceList").first_child().child_value("Name"), "Front");
     docs = afterWrite(32831, "<ID>1</ID>", docs);
@@ -348,122 +394,9 @@ TEST(SeedWrites, ServerInformationKeepsWhatTheClientDoesNotSend) {
     Reply info("4100", docs.at("4100"));
     EXPECT_STREQ(info.r.child_value("IP"), "10.0.0.9");
     EXPECT_STREQ(info.r.child_value("Name"), "New & Name");
-    EXPECT_EQ(num(info.r.child("HTTPPort")), 8081);
     EXPECT_EQ(num(info.r.child("Language")), 3);
     EXPECT_STREQ(info.r.child_value("DomainName"), "kelvarra-demo.example.net");
     EXPECT_STREQ(info.r.child_value("Version"), "1.3.1");
-    EXPECT_EQ(num(info.r.child("TimeZone")), 60);
-}
-
-TEST(SeedWrites, OneChannelsRecordingEntryReplacesOnlyThatChannel) {
-    const std::string mode = "<FPS>2</FPS><IFrameOnly>1</IFrameOnly><PreAlarmLength>3</PreAlarmLength><PostAlarmLength>0</PostAlarmLength><Active>1</Active>";
-    const std::string param = "<CH>2</CH><Continuous>" + mode + "</Continuous><Schedule>" + mode + "</Schedule><Event>" + mode +
-                              "</Event><Manual>" + mode + "</Manual><PreAlarmLength>3</PreAlarmLength><DualMode>1</DualMode>"
-                              "<FMT>jpeg</FMT><Size>640x360</Size><FPS>3</FPS><Quality>5</Quality><RateControl>-1</RateControl><BitRate>6</BitRate><GOP>30</GOP>";
-    for (const bool fromDemo : {true, false}) {
-        const auto docs = afterWrite(32784, param, fromDemo ? demo() : asMap(emptyDocuments()));
-        Reply reply("32783", docs.at("32783"));
-        std::vector<int> order;
-        for (const auto& e : reply.r.child("RecSettingList").children()) {
-            order.push_back(num(e.child("CH")));
-            if (num(e.child("CH")) != 2) continue;
-            EXPECT_EQ(num(e.child("Bitrate")), 6) << "the reply spells it with a small r";
-            EXPECT_FALSE(e.child("BitRate"));
-            EXPECT_EQ(num(e.child("DualMode")), 1);
-            EXPECT_EQ(num(e.child("Continuous").child("IFrameOnly")), 1);
-        }
-        EXPECT_EQ(order.size(), fromDemo ? 64u : 1u);
-        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
-    }
-}
-
-TEST(SeedWrites, ScheduleOfOneChannelReplacesItsSevenDays) {
-    const std::string on = std::string(96, '1'), off = std::string(96, '0');
-    for (const auto& [id, key, close] : {std::tuple{32782, "32808", "</Enable>"}, std::tuple{32810, "32809", "< /Enable>"}}) {
-        std::string param = "<CH>5</CH><EnableList>";
-        for (int d = 0; d < 7; ++d) param += "<Enable Day=\"" + std::to_string(d) + "\">" + (d % 2 ? on : off) + close;
-        param += "</EnableList>";
-        Reply reply(key, afterWrite(id, param).at(key));
-        int seen = 0, total = 0;
-        for (const auto& e : reply.r.child("EnableList").children()) {
-            ++total;
-            if (num(e.attribute("CH")) != 5) continue;
-            EXPECT_EQ(e.text().get(), num(e.attribute("Day")) % 2 ? on : off);
-            ++seen;
-        }
-        EXPECT_EQ(seen, 7) << id;
-        EXPECT_EQ(total, 64 * 7) << id;
-    }
-}
-
-TEST(SeedWrites, AnalyticsOfOneChannelGoIntoEachKindsList) {
-    const std::string param = "<CH>4</CH><MotionDetect  Enable=\"1\" CameraEnable=\"0\" AlarmInterval=\"7\" AlarmLevel=\"2\" History=\"9\" Sensitivity=\"77\" />"
-                              "<MaliciousAttack  Enable=\"1\" AlarmLevel=\"1\" Sensitivity=\"2\" AlarmInterval=\"3\" Period=\"4\" />"
-                              "<ObjectLoss Enable=\"0\" Sensitivity=\"1\" AlarmLevel=\"2\" AlarmInterval=\"3\" Period=\"4\" />"
-                              "<Tripwire Enable=\"0\" Sensitivity=\"5\" AlarmInterval=\"6\" ROIType=\"2\" />"
-                              "<ObjectCounting Enable=\"1\" /><UnattendedObject Enable=\"0\" Period=\"8\" />"
-                              "<FaceCounting  Enable=\"0\" AlarmInterval=\"1\" AlarmLevel=\"2\" Period=\"3\" />";
-    Reply reply("32787", afterWrite(32789, param).at("32787"));
-    int lists = 0;
-    for (const auto& list : reply.r.children()) {
-        ++lists;
-        EXPECT_EQ(std::distance(list.children().begin(), list.children().end()), 64) << list.name();
-    }
-    EXPECT_EQ(lists, 7);
-    const auto md = reply.r.child("MotionDetectList").find_child_by_attribute("CH", "4");
-    EXPECT_EQ(num(md.attribute("Sensitivity")), 77);
-    EXPECT_EQ(num(md.attribute("History")), 9);
-    EXPECT_EQ(num(reply.r.child("ObjectCountingList").find_child_by_attribute("CH", "4").attribute("Enable")), 1);
-    EXPECT_EQ(num(reply.r.child("TripwireList").find_child_by_attribute("CH", "4").attribute("ROIType")), 2);
-}
-
-TEST(SeedWrites, MasksAreStoredPerChannel) {
-    std::string rows;
-    for (int r = 0; r < 24; ++r) rows += "<ROI Row=\"" + std::to_string(r) + "\">" + std::string(32, r == 3 ? '1' : '0') + "</ROI>";
-    const std::string param = "<CH>9</CH><ROIList>" + rows + "</ROIList><Height>600</Height><Width>800</Width>";
-    for (const auto& [id, key] : {std::pair{32795, "32794"}, std::pair{32821, "32820"}}) {
-        Reply reply(key, afterWrite(id, param).at(key));
-        const auto entry = reply.r.child("CHList").find_child_by_attribute("ID", "9");
-        ASSERT_TRUE(entry) << id;
-        EXPECT_EQ(num(entry.child("Width")), 800);
-        EXPECT_EQ(num(entry.child("Height")), 600);
-        const auto row3 = entry.child("ROIList").find_child_by_attribute("Row", "3");
-        EXPECT_EQ(row3.text().get(), std::string(32, '1'));
-        std::vector<int> order;
-        for (const auto& e : reply.r.child("CHList").children()) order.push_back(num(e.attribute("ID")));
-        EXPECT_TRUE(std::is_sorted(order.begin(), order.end())) << id;
-    }
-}
-
-TEST(SeedWrites, ShapesAreMarkedWithTheirChannelAndPlaceholdersDropped) {
-    const auto ob = afterWrite(32793, "<CH>5</CH><ROIList><ROI Width=\"640\" Height=\"480\" LeftTopX=\"1\" LeftTopY=\"2\" RightBottomX=\"3\" RightBottomy=\"4\" ID=\"7\" /></ROIList>");
-    Reply obReply("32792", ob.at("32792"));
-    int onFive = 0;
-    for (const auto& e : obReply.r.child("ROIList").children()) {
-        if (num(e.attribute("CH")) != 5) continue;
-        ++onFive;
-        EXPECT_EQ(num(e.attribute("RightBottomY")), 4) << "read back as RightBottomY";
-        EXPECT_EQ(num(e.attribute("ID")), 7);
-    }
-    EXPECT_EQ(onFive, 1);
-
-    // Channel 12: no lines (the writer's all-zero element) and a polygon.
-    const auto tw = afterWrite(32797, "<CH>12</CH><ROIList><ROI Width=\"0\" Height=\"0\" LeftTopX=\"0\" LeftTopY=\"0\" RightBottomX=\"0\" RightBottomy=\"0\" ID=\"0\" Direction=\"0\" />"
-                                      "<ROI Width=\"2048\" Height=\"1536\" ID=\"4\" Direction=\"0\" ><PointList ><Point X=\"1\" Y=\"2\"/><Point X=\"3\" Y=\"4\"/><Point X=\"5\" Y=\"6\"/></PointList ></ROI></ROIList>");
-    Reply twReply("32796", tw.at("32796"));
-    std::vector<pugi::xml_node> twelve;
-    for (const auto& e : twReply.r.child("ROIList").children())
-        if (num(e.attribute("CH")) == 12) twelve.push_back(e);
-    ASSERT_EQ(twelve.size(), 1u);
-    EXPECT_EQ(num(twelve[0].attribute("Direction")), 0);
-    EXPECT_EQ(std::distance(twelve[0].child("PointList").children().begin(), twelve[0].child("PointList").children().end()), 3);
-    EXPECT_TRUE(twReply.r.child("ROIList").find_child_by_attribute("CH", "3")) << "other channels stay";
-
-    const auto oc = afterWrite(32812, "<CH>10</CH><ROIList><ROI Width=\"0\" Height=\"0\" LeftTopX=\"0\" LeftTopY=\"0\" RightBottomX=\"0\" RightBottomy=\"0\" ID=\"0\" Direction=\"0\" "
-                                      "InDisplayLeftTopX=\"0\" InDisplayLeftTopY=\"0\" OutDisplayLeftTopX=\"0\" OutDisplayLeftTopY=\"0\" AlarmLevel=\"0\" CurrPeriod=\"0\" AccuPeriod=\"0\" /></ROIList>");
-    Reply ocReply("32811", oc.at("32811"));
-    EXPECT_FALSE(ocReply.r.child("ROIList").find_child_by_attribute("CH", "10"));
-    EXPECT_TRUE(ocReply.r.child("ROIList").find_child_by_attribute("CH", "9"));
 }
 
 TEST(SeedWrites, MapSaveSplitsIntoGroupsAndCameras) {
@@ -471,20 +404,19 @@ TEST(SeedWrites, MapSaveSplitsIntoGroupsAndCameras) {
                               "<Node Type=\"1\" ID=\"0\" Name=\"Root\" ParentGroup=\"0\" PositionTop=\"0\" PositionLeft=\"0\" Direction=\"0\" />"
                               "<Node Type=\"1\" ID=\"5\" Name=\"Yard &amp; gate\" ParentGroup=\"0\" PositionTop=\"12\" PositionLeft=\"34\" Direction=\"0\" />"
                               "<Node Type=\"0\" ID=\"3\" Name=\"Parking North\" ParentGroup=\"5\" PositionTop=\"50\" PositionLeft=\"60\" Direction=\"6\" /></NodeList>";
-    const auto docs = documentsFromWrite(32807, param, nullptr);
-    ASSERT_EQ(docs.size(), 2u);
-    const auto m = asMap(docs);
+    const auto m = asMap(documentsFromWrite(32807, param, nullptr));
+    ASSERT_EQ(m.size(), 2u);
     Reply groups("4098", m.at("4098.1")), cameras("4098", m.at("4098.0"));
     const auto groupList = groups.r.first_child().next_sibling();
-    EXPECT_EQ(std::distance(groupList.children().begin(), groupList.children().end()), 2) << "the sentinel is dropped";
+    EXPECT_EQ(ids(groupList), (std::set<int>{0, 5})) << "the sentinel is dropped";
     const auto yard = groupList.find_child_by_attribute("ID", "5");
     EXPECT_STREQ(yard.child_value("Name"), "Yard & gate");
-    EXPECT_EQ(num(yard.child("PositionTop")), 12);
-    EXPECT_EQ(num(yard.child("PositionLeft")), 34);
+    EXPECT_EQ(num(yard.child("PositionTop")) * 100 + num(yard.child("PositionLeft")), 1234);
     EXPECT_STREQ(yard.child_value("PicFile"), "Map\\MAP_5.jpg");
     const auto cam = cameras.r.first_child().next_sibling().first_child();
-    EXPECT_EQ(num(cam.attribute("Type")), 0);
+    EXPECT_EQ(num(cam.attribute("ID")), 3);
     EXPECT_EQ(num(cam.child("ParentGroup")), 5);
     EXPECT_EQ(num(cam.child("Direction")), 6);
     EXPECT_FALSE(cam.child("PicFile"));
+    EXPECT_FALSE(cam.next_sibling()) << "a group is no camera";
 }
