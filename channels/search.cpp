@@ -34,6 +34,14 @@ void FormSearch::onTick() {
     if (dispatcher_.bSearchDone) CheckSet();
 }
 
+bool FormSearch::poll(int perTick) {
+    if (!searching) return false;
+    if (!dispatcher_.bSearchDone && ++polls_ < perTick) return false;
+    polls_ = 0;
+    onTick();
+    return true;
+}
+
 void FormSearch::CheckSet() {
     titles();
     const int32_t count = std::min<int32_t>(tables_.iMaxChannel, kChannelSlots);

@@ -40,6 +40,9 @@ public:
     void StartSearch();
     /// One tick of the progress window: the list shows once the answer arrived or the wait ended.
     void onTick();
+    /// A poll of the progress window, `perTick` of them a second: the list shows as soon as the
+    /// answer arrived, and every `perTick`-th poll is a tick of the wait. True when it counted.
+    bool poll(int perTick);
     /// Fills the list with the found cameras that no channel up to the count uses already.
     void CheckSet();
     /// Hands the camera of `row` to the channel page and closes the dialog.
@@ -55,6 +58,7 @@ private:
     link::ServiceLink& link_;
     const base::Language& lang_;
     int32_t ticks_ = 0;
+    int polls_ = 0;
 };
 
 }  // namespace kv::channels

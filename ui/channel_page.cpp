@@ -123,8 +123,8 @@ QPushButton* button(const char* name, int captionId, const char* icon) {
 }  // namespace
 
 ChannelPageWidget::ChannelPageWidget(channels::ChannelSubject& subject, app::ShellModel& shell,
-                                     app::Dispatcher& dispatcher, const base::Language& lang)
-    : subject_(subject), shell_(shell), dispatcher_(dispatcher), lang_(lang) {
+                                     const base::Language& lang)
+    : subject_(subject), shell_(shell), lang_(lang) {
     subject_.showPreviewWindow = [this](const channels::ChannelRecord& record) {
         if (!preview_) preview_ = new PreviewWindow(this, lang_);
         preview_->show(record);
@@ -478,7 +478,7 @@ PreviewWindow* ChannelPageWidget::previewWindow() const { return preview_; }
 
 SearchDialog* ChannelPageWidget::openSearch() {
     if (searchDialog_) return searchDialog_;
-    searchDialog_ = new SearchDialog(this, subject_.search(), subject_.page(), dispatcher_, lang_);
+    searchDialog_ = new SearchDialog(this, subject_.search(), subject_.page(), lang_);
     searchDialog_->afterAction = [this] { finished(); };
     searchDialog_->start();
     return searchDialog_;

@@ -11,7 +11,6 @@
 
 class QTabWidget;
 namespace kv::app {
-class Dispatcher;
 class ShellModel;
 }
 namespace kv::channels {
@@ -29,8 +28,7 @@ class SearchDialog;
 
 class ChannelPageWidget : public Page {
 public:
-    ChannelPageWidget(channels::ChannelSubject& subject, app::ShellModel& shell, app::Dispatcher& dispatcher,
-                      const base::Language& lang);
+    ChannelPageWidget(channels::ChannelSubject& subject, app::ShellModel& shell, const base::Language& lang);
     ~ChannelPageWidget() override;
     void refresh() override;
     /// The camera search (open over the page) is refreshed with the page, and alone while
@@ -53,7 +51,6 @@ private:
 
     channels::ChannelSubject& subject_;
     app::ShellModel& shell_;
-    app::Dispatcher& dispatcher_;
     const base::Language& lang_;
     Binder binder_;
     QTabWidget* tabs_ = nullptr;

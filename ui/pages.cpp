@@ -20,8 +20,7 @@ const std::vector<PageFactory>& PageFactories() {
          }},
         {app::menu::kChannel,
          [](const PageDeps& d) -> Page* {
-             return new ChannelPageWidget(*d.session.subject<channels::ChannelSubject>(), d.shell, d.session.dispatcher,
-                                          d.lang);
+             return new ChannelPageWidget(*d.session.subject<channels::ChannelSubject>(), d.shell, d.lang);
          }},
         {app::menu::kUser,
          [](const PageDeps& d) -> Page* { return new UserPage(*d.session.subject<users::UsersSubject>(), d.lang); }},

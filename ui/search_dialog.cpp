@@ -10,7 +10,6 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include "app/dispatcher.h"
 #include "base/lang.h"
 #include "channels/channel_page.h"
 #include "channels/search.h"
@@ -24,8 +23,8 @@ constexpr int kPollsPerTick = 1000 / kPollMs;
 }  // namespace
 
 SearchDialog::SearchDialog(QWidget* parent, channels::FormSearch& model, channels::ChannelPage& page,
-                           app::Dispatcher& dispatcher, const base::Language& lang)
-    : QDialog(parent), model_(model), page_(page), dispatcher_(dispatcher) {
+                           const base::Language& lang)
+    : QDialog(parent), model_(model), page_(page) {
     setObjectName("FormSearch");
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(Q(lang.GetText(912)));
@@ -103,12 +102,7 @@ void SearchDialog::start() {
 }
 
 void SearchDialog::poll() {
-    if (!model_.searching) return;
-    // The answer shows at once; without one, the model's wait goes on a second at a time.
-    if (!dispatcher_.bSearchDone && ++polls_ < kPollsPerTick) return;
-    polls_ = 0;
-    model_.onTick();
-    refresh();
+    if (model_.poll(kPollsPerTick)) refresh();
 }
 
 }  // namespace kv::ui

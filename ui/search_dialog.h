@@ -8,9 +8,6 @@
 #include "ui/binders.h"
 
 class QTimer;
-namespace kv::app {
-class Dispatcher;
-}
 namespace kv::base {
 class Language;
 }
@@ -24,7 +21,7 @@ namespace kv::ui {
 class SearchDialog : public QDialog {
 public:
     SearchDialog(QWidget* parent, channels::FormSearch& model, channels::ChannelPage& page,
-                 app::Dispatcher& dispatcher, const base::Language& lang);
+                 const base::Language& lang);
     /// Sends the search and shows the dialog (window-modal, not blocking).
     void start();
     void refresh() { binder_.refresh(); }
@@ -36,10 +33,8 @@ private:
 
     channels::FormSearch& model_;
     channels::ChannelPage& page_;
-    app::Dispatcher& dispatcher_;
     Binder binder_;
     QTimer* timer_ = nullptr;
-    int polls_ = 0;
 };
 
 }  // namespace kv::ui

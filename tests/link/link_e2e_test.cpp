@@ -382,80 +382,74 @@ TEST_F(LinkE2E, misbehavingPeersAreClosedAndOthersKeepWorking) {
     loginOk();
     struct Case {
         std::string bytes;
+        std::optional<int32_t> status;  // the status frame sent before the close
         const char* why;
     };
     const Case cases[] = {
-        {"GARBAGE GARBAGE", "not our protocol"},
-        {encodeFrame(FrameType::kCommand, 1, "").substr(0, 8) + std::string("\x7f\xff\xff\xff", 4), "oversized"},
-        {encodeFrame(FrameType::kCommand, 1, "<CMD/>"), "a command before the login"},
-        {encodeFrame(FrameType::kHello, 0, "short"), "a HELLO that does not decode"},
-        {encodeFrame(FrameType::kResponse, 0, "x"), "a frame only the service sends"},
+        {"GARBAGE GARBAGE", {}, "not our protocol"},
+        {encodeFrame(FrameType::kCommand, 1, "").substr(0, 8) + std::string("\x7f\xff\xff\xff", 4), {}, "oversized"},
+        {encodeFrame(FrameType::kCommand, 1, "<CMD/>"), {}, "a command before the login"},
+        {encodeFrame(FrameType::kHello, 0, "short"), {}, "a HELLO that does not decode"},
+        {encodeFrame(FrameType::kResponse, 0, "x"), {}, "a frame only the service sends"},
+        {"", {}, "never says HELLO: the handshake limit closes it"},
+        {encodeFrame(FrameType::kHello, 0, helloBody(1, "admin")).substr(0, 20), {}, "half a HELLO, then silence"},
+        {encodeFrame(FrameType::kHello, 0, helloBody(2, "admin")), status::kRemoteUnsupported, "a protocol version the service does not speak"},
     };
     for (const auto& c : cases) {
         RawPeer raw;
         raw.connect(server_->port());
         raw.write(c.bytes);
+        Frame f;
+        int32_t code = 0;
+        if (c.status) {
+            ASSERT_EQ(raw.read(f), RawPeer::Outcome::frame) << c.why;
+            EXPECT_EQ(f.type, FrameType::kStatus) << c.why;
+            EXPECT_TRUE(FieldReader(f.body).getInt(code) && code == *c.status) << c.why;
+        }
         EXPECT_TRUE(raw.closedWithin(2000ms)) << c.why;
     }
     {
-        RawPeer truncated;  // half a frame, then gone
-        truncated.connect(server_->port());
-        truncated.write(encodeFrame(FrameType::kHello, 0, helloBody(1, "admin")).substr(0, 20));
-        truncated.close();
-    }
-    {
-        RawPeer idle;  // never says HELLO: the handshake limit closes it
-        idle.connect(server_->port());
-        EXPECT_TRUE(idle.closedWithin(2000ms));
-    }
-    {
-        RawPeer future;  // a protocol version the service does not speak
-        future.connect(server_->port());
-        future.write(encodeFrame(FrameType::kHello, 0, helloBody(2, "admin")));
-        Frame f;
-        ASSERT_EQ(future.read(f), RawPeer::Outcome::frame);
-        int32_t code = 0;
-        EXPECT_EQ(f.type, FrameType::kStatus);
-        EXPECT_TRUE(FieldReader(f.body).getInt(code));
-        EXPECT_EQ(code, status::kRemoteUnsupported);
-        EXPECT_TRUE(future.closedWithin(2000ms));
+        RawPeer gone;  // half a frame, then gone
+        gone.connect(server_->port());
+        gone.write(encodeFrame(FrameType::kHello, 0, helloBody(1, "admin")).substr(0, 20));
     }
     EXPECT_EQ(link_->SendCommand(0, true, "still"), "<RESPONSE RET=\"0\" ID=\"1\">still</RESPONSE>");
     EXPECT_TRUE(events_.statuses.empty());
 }
 
 TEST_F(LinkE2E, anImpostorOrAFaultyServiceIsNotTrusted) {
-    // An end that answers the challenge without knowing the password.
-    RawPeer impostor;
-    uint16_t port = impostor.listen();
-    std::thread fake([&] {
-        impostor.accept();
-        Frame f;
-        if (impostor.read(f) != RawPeer::Outcome::frame || f.type != FrameType::kHello) return;
-        impostor.write(encodeFrame(FrameType::kChallenge, 0, FieldWriter().putText(randomBytes(32)).take()));
-        if (impostor.read(f) != RawPeer::Outcome::frame || f.type != FrameType::kProof) return;
-        impostor.write(encodeFrame(FrameType::kWelcome, 0, FieldWriter().putText(randomBytes(32)).take()));
-        impostor.closedWithin(2000ms);
-    });
-    link_->Login("127.0.0.1", port, "admin", "secret", "t");
-    executor_.runUntil([&] { return events_.statuses.size() >= 3; });
-    fake.join();
-    executor_.runFor(30ms);
-    EXPECT_EQ(events_.statuses, (std::vector<int32_t>{8, 16, -10}));
-
-    // An end that sends garbage after the connect.
-    events_.clear();
-    RawPeer garbage;
-    port = garbage.listen();
-    std::thread fake2([&] {
-        garbage.accept();
-        garbage.write("HTTP/1.1 400 Bad Request\r\n\r\n");
-        garbage.closedWithin(2000ms);
-    });
-    link_->Login("127.0.0.1", port, "admin", "secret", "t");
-    executor_.runUntil([&] { return events_.statuses.size() >= 2; });
-    fake2.join();
-    EXPECT_EQ(events_.statuses, (std::vector<int32_t>{8, -1}));
+    struct Case {
+        std::function<void(RawPeer&)> script;  // what the fake service does after the accept
+        std::vector<int32_t> statuses;
+    };
+    const Case cases[] = {
+        // An end that answers the challenge without knowing the password.
+        {[](RawPeer& fake) {
+             Frame f;
+             if (fake.read(f) != RawPeer::Outcome::frame || f.type != FrameType::kHello) return;
+             fake.write(encodeFrame(FrameType::kChallenge, 0, FieldWriter().putText(randomBytes(32)).take()));
+             if (fake.read(f) != RawPeer::Outcome::frame || f.type != FrameType::kProof) return;
+             fake.write(encodeFrame(FrameType::kWelcome, 0, FieldWriter().putText(randomBytes(32)).take()));
+         },
+         {8, 16, -10}},
+        // An end that sends garbage after the connect.
+        {[](RawPeer& fake) { fake.write("HTTP/1.1 400 Bad Request\r\n\r\n"); }, {8, -1}},
+    };
+    for (const auto& c : cases) {
+        events_.clear();
+        RawPeer fake;
+        const uint16_t port = fake.listen();
+        std::thread service([&] {
+            fake.accept();
+            c.script(fake);
+            fake.closedWithin(2000ms);
+        });
+        link_->Login("127.0.0.1", port, "admin", "secret", "t");
+        executor_.runUntil([&] { return events_.statuses.size() >= c.statuses.size(); });
+        service.join();
+        executor_.runFor(30ms);
+        EXPECT_EQ(events_.statuses, c.statuses);
+    }
 }
 
 TEST_F(LinkE2E, mapPicturesTravelBothWays) {
