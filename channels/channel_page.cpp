@@ -6,6 +6,7 @@
 #include "app/shell.h"
 #include "app/xml_read.h"
 #include "base/lang.h"
+#include "base/timeconv.h"
 #include "base/text.h"
 #include "channels/codec.h"
 #include "channels/save.h"
@@ -357,7 +358,10 @@ bool ChannelPage::SetToSetCH(ChannelRecord& r) {
         host_.switchDualModeOff(iSelCH);
         showMessage(text::kDualModeOff);
     }
-    r.EditTime = static_cast<int32_t>(clock_.nowSeconds());
+    // Seconds since 1970 by the local clock, as the service keeps it; a record without an
+    // address of its own carries the zero address it is sent with.
+    r.EditTime = static_cast<int32_t>(base::UTCtoLocal(clock_.nowSeconds()));
+    if (r.MACAddress.empty()) r.MACAddress = kNoMACAddress;
     r.ChannelEdited = true;
     return true;
 }

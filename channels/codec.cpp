@@ -403,7 +403,7 @@ std::string Get_Channel_ADD_XML(const ChannelRecord& r) {
     b += el("VideoNumber", r.VideoNumber);
     b += el("BrandCode", r.BrandCode);
     b += el("Model", r.Model);
-    b += el("MACAddress", r.MACAddress.empty() ? "00-00-00-00-00-00" : r.MACAddress);
+    b += el("MACAddress", r.MACAddress.empty() ? kNoMACAddress : r.MACAddress);
     b += el("RtspPort", r.RtspPort);
     b += el("StartConfig", r.StartConfig);
     b += "<Video>";

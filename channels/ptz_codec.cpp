@@ -108,8 +108,8 @@ std::string Set_FisheyeMode_XML(int32_t ch, std::string_view mode) {
 
 std::string Set_PresetList_XML(int32_t ch, const PresetList& list) {
     std::string b = el("CH", ch) + "<PresetList>";
+    // Every entry goes out, the blank one of an empty list too (ID -1), as the other lists do.
     for (const PresetRecord& p : list) {
-        if (p.ID < 0) continue;
         b += "<Preset" + attr("Name", p.Name) + attr("PTZABS", p.PTZABS ? "1" : "0") + attr("Pan", p.Pan) +
              attr("Tilt", p.Tilt) + attr("Zoom", p.Zoom) + attr("Focus", p.Focus) + ">" + std::to_string(p.ID) +
              "</Preset>";

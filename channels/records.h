@@ -102,6 +102,9 @@ struct ChannelRecord {
 /// Slot n holds channel n+1.
 using ChannelTable = std::array<ChannelRecord, kChannelSlots>;
 
+/// The address a channel without one is written with.
+inline constexpr const char* kNoMACAddress = "00-00-00-00-00-00";
+
 /// CleanMyCH: the fresh record of slot `slot` (0-based) on the channel page.
 ChannelRecord CleanMyCH(int slot);
 

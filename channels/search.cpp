@@ -2,6 +2,7 @@
 #include "channels/search.h"
 
 #include "base/lang.h"
+#include "base/text.h"
 #include "channels/channel_page.h"
 #include "channels/codec.h"
 
@@ -52,7 +53,11 @@ void FormSearch::CheckSet() {
         bool inUse = false;
         for (int32_t ch = 0; ch < count && !inUse; ++ch) {
             const ChannelRecord& r = tables_.strCH[static_cast<size_t>(ch)];
-            inUse = r.HTTPPort == cam.HTTPPort && r.IP == cam.IP;
+            // The same address and port; or the same hardware address, for a camera that moved to
+            // another address since it became a channel.
+            inUse = (r.HTTPPort == cam.HTTPPort && r.IP == cam.IP) ||
+                    (r.configured() && !cam.MACAddress.empty() && cam.MACAddress != kNoMACAddress &&
+                     base::ToUpper(r.MACAddress) == base::ToUpper(cam.MACAddress));
         }
         if (inUse) continue;
         CameraList.push_back({cam.IP, cam.Manufacturer, cam.Model, std::to_string(cam.HTTPPort), cam.MACAddress});

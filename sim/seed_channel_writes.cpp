@@ -1,6 +1,7 @@
 // How the channel writes change the stored documents: a channel committed or removed, presets,
 // moves and go-to-preset, and the fisheye mode.
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 
 #include "app/commands.h"
@@ -221,7 +222,15 @@ SimStore::Documents storePresetIn(pugi::xml_node p, const DocumentLookup& curren
 SimStore::Documents presetListIn(pugi::xml_node p, const DocumentLookup& current) {
     const int ch = number(p, "CH");
     if (!validChannel(ch) || !p.child("PresetList") || !channelEntry(lookup(current, kDetailKey), ch)) return {};
-    return {{presetKey(ch), serialize(p.child("PresetList"))}};
+    // The blank entry of an empty list (ID -1) stands for no preset: the camera keeps none.
+    pugi::xml_document kept;
+    pugi::xml_node list = kept.append_copy(p.child("PresetList"));
+    for (pugi::xml_node e = list.first_child(); e;) {
+        const pugi::xml_node next = e.next_sibling();
+        if (std::atoi(e.child_value()) < 0) list.remove_child(e);
+        e = next;
+    }
+    return {{presetKey(ch), serialize(list)}};
 }
 
 SimStore::Documents fisheyeModeIn(pugi::xml_node p, const DocumentLookup& current) {

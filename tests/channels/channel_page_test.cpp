@@ -2,6 +2,10 @@
 // cancel, preview and the dirty flag.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+
 #include "channels/channel_page.h"
 #include "channels/codec.h"
 #include "tests/channels/recording_host.h"
@@ -127,7 +131,25 @@ TEST_F(PageTest, DetectionFailuresShowTheirMessages) {
     EXPECT_EQ(link.sent.size(), sent) << "the field check comes before the send";
 }
 
+namespace {
+// The local zone for one test: a zone east of UTC tells local seconds from UTC ones.
+struct LocalZone {
+    explicit LocalZone(const char* tz) {
+        if (const char* was = std::getenv("TZ")) old = was;
+        setenv("TZ", tz, 1);
+        tzset();
+    }
+    ~LocalZone() {
+        if (old) setenv("TZ", old->c_str(), 1);
+        else unsetenv("TZ");
+        tzset();
+    }
+    std::optional<std::string> old;
+};
+}  // namespace
+
 TEST_F(PageTest, SaveSendsTheChannelThenTheApplyNotice) {
+    const LocalZone zone("CET-1");
     page.SelectChannel(2);
     EXPECT_TRUE(page.cmdComit_Click(kCommitSave));
     EXPECT_TRUE(link.sent.empty()) << "an untouched page sends nothing";
@@ -140,13 +162,19 @@ TEST_F(PageTest, SaveSendsTheChannelThenTheApplyNotice) {
     const ChannelRecord& saved = config.strCH[4];
     EXPECT_EQ(saved.Name, "Dock");
     EXPECT_EQ(saved.IP, "192.168.20.21");
-    EXPECT_EQ(saved.EditTime, clock.now);
+    EXPECT_EQ(saved.EditTime, clock.now + 3600) << "the edit time is kept by the local clock";
     EXPECT_FALSE(saved.ChannelEdited);
     EXPECT_EQ(link.sent[0], Get_Channel_ADD_XML(saved));
     EXPECT_FALSE(page.dirty());
     EXPECT_FALSE(host.dirty);
     EXPECT_EQ(host.calls, std::vector<std::string>{"reload"});
     EXPECT_EQ(page.iSelCH, 0) << "the fields are emptied";
+
+    // A camera that tells no address: the record keeps the zero address it is sent with.
+    link.replies[8193] = std::string(kDetected).replace(std::string(kDetected).find("00-1C"), 5, "");
+    detectNewCamera(6);
+    ASSERT_TRUE(page.SaveSetting());
+    EXPECT_EQ(config.strCH[5].MACAddress, "00-00-00-00-00-00");
     EXPECT_EQ(page.Grid_SearchResult[4][2], "192.168.20.21");
 }
 

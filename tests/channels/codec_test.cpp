@@ -328,9 +328,10 @@ TEST(PtzCommands, ByteForByte) {
     EXPECT_EQ(Set_FisheyeMode_XML(12, "quad"),
               "<CMD ID=\"12303\"><Param><CH>12</CH><Mode4FishEye>quad</Mode4FishEye></Param></CMD>");
     PresetList l = EmptyPresetList();
+    // The last preset removed: the list's blank entry goes out, as the other lists send theirs.
     EXPECT_EQ(Set_PresetList_XML(3, l),
-              "<CMD ID=\"32814\"><UserData>CONFIG_AP</UserData><Param><CH>3</CH><PresetList></PresetList></Param>"
-              "</CMD>");
+              "<CMD ID=\"32814\"><UserData>CONFIG_AP</UserData><Param><CH>3</CH><PresetList><Preset Name=\"\" "
+              "PTZABS=\"0\" Pan=\"\" Tilt=\"\" Zoom=\"\" Focus=\"\">-1</Preset></PresetList></Param></CMD>");
     l.assign(2, PresetRecord{});
     l[0].ID = 1, l[0].Name = "G\"1", l[0].PTZABS = true, l[0].Pan = "40", l[0].Tilt = "-5", l[0].Zoom = "1";
     l[0].Focus = "50";

@@ -47,6 +47,17 @@ TEST_F(SearchTest, CamerasInUseAreLeftOut) {
     config.strSearchCam = {cam("10.0.0.1", 80)};
     form.CheckSet();
     EXPECT_EQ(form.CameraList.size(), 1u) << "only known cameras: the title row alone";
+    // The hardware address: a channel's camera found at another address is not offered again;
+    // no address, or the zero address, says nothing.
+    config.strCH[0].MACAddress = "00-1c-5a-10-00-01";
+    config.strSearchCam = {cam("10.0.0.9", 80), cam("10.0.0.8", 80), cam("10.0.0.6", 80)};
+    config.strSearchCam[0].MACAddress = "00-1C-5A-10-00-01";
+    config.strSearchCam[2].MACAddress = "00-00-00-00-00-00";
+    config.strCH[1].IP = "10.0.0.2", config.strCH[1].MACAddress = "00-00-00-00-00-00";
+    form.CheckSet();
+    ASSERT_EQ(form.CameraList.size(), 3u);
+    EXPECT_EQ(form.CameraList[1][0], "10.0.0.8");
+    EXPECT_EQ(form.CameraList[2][0], "10.0.0.6");
 }
 
 TEST_F(SearchTest, TheSearchWaitsForItsAnswerThenListsIt) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <sstream>
@@ -311,15 +312,15 @@ Entries entriesOf(const std::string& body, int ch) {
 // order, and every other channel's stay as they were.
 TEST(SeedWrites, OneChannelsPartReplacesOnlyThatChannelsEntries) {
     const std::string rec = "<CH>2</CH><Continuous><FPS>2</FPS></Continuous><DualMode>1</DualMode><BitRate>6</BitRate><GOP>30</GOP>";
-    const std::string on(96, '1'), off(96, '0');
+    const auto day = [](int d) { return std::string(d + 1, '1') + std::string(95 - d, '0'); };
     const auto week = [&](const std::string& close) {
         std::string param = "<CH>5</CH><EnableList>";
-        for (int d = 0; d < 7; ++d) param += "<Enable Day=\"" + std::to_string(d) + "\">" + (d % 2 ? on : off) + close;
+        for (int d = 0; d < 7; ++d) param += "<Enable Day=\"" + std::to_string(d) + "\">" + day(d) + close;
         return param + "</EnableList>";
     };
-    const std::string analytics = "<CH>4</CH><MotionDetect  Enable=\"1\" History=\"9\" Sensitivity=\"77\" /><MaliciousAttack Enable=\"1\" />"
-                                  "<ObjectLoss Enable=\"0\" /><Tripwire ROIType=\"2\" /><ObjectCounting Enable=\"1\" />"
-                                  "<UnattendedObject Period=\"8\" /><FaceCounting Enable=\"0\" />";
+    const std::string analytics = "<CH>4</CH><MotionDetect  Enable=\"1\" History=\"9\" Sensitivity=\"77\" /><MaliciousAttack Period=\"41\" />"
+                                  "<ObjectLoss Period=\"42\" /><Tripwire ROIType=\"2\" /><ObjectCounting Enable=\"1\" />"
+                                  "<UnattendedObject Period=\"8\" /><FaceCounting Period=\"43\" />";
     std::string rows;
     for (int r = 0; r < 24; ++r) rows += "<ROI Row=\"" + std::to_string(r) + "\">" + std::string(32, r == 3 ? '1' : '0') + "</ROI>";
     const std::string mask = "<CH>9</CH><ROIList>" + rows + "</ROIList><Height>600</Height><Width>800</Width>";
@@ -331,16 +332,16 @@ TEST(SeedWrites, OneChannelsPartReplacesOnlyThatChannelsEntries) {
         std::string param;
         size_t mine;        // the channel's entries after the write
         std::string shows;  // a piece of the stored text
-        bool overEmpty = false;
+        bool unstored = false;  // no document under the key yet
     };
     const Case cases[] = {
         // Recording settings: the bit rate is stored as the reply spells it, "Bitrate".
         {32784, "32783", 2, rec, 1, "<DualMode>1</DualMode><Bitrate>6</Bitrate><GOP>30</GOP>"},
-        {32784, "32783", 2, rec, 1, "<Continuous><FPS>2</FPS></Continuous>", true},  // on the empty seed too
+        {32784, "32783", 2, rec, 1, "<Continuous><FPS>2</FPS></Continuous>", true},  // the list is made
         // Both schedules take seven days; the event schedule's "< /Enable>" is mended.
-        {32782, "32808", 5, week("</Enable>"), 7, "<Enable CH=\"5\" Day=\"1\">" + on},
-        {32810, "32809", 5, week("< /Enable>"), 7, "<Enable CH=\"5\" Day=\"3\">" + on},
-        // Analytics: one entry in each kind's list, attributes kept.
+        {32782, "32808", 5, week("</Enable>"), 7, "<Enable CH=\"5\" Day=\"1\">" + day(1)},
+        {32810, "32809", 5, week("< /Enable>"), 7, "<Enable CH=\"5\" Day=\"6\">" + day(6)},
+        // Analytics: each kind's entry replaced in its own list, attributes kept.
         {32789, "32787", 4, analytics, 7, "History=\"9\" Sensitivity=\"77\""},
         // Motion and face-counting masks: one entry with the size and the rows.
         {32795, "32794", 9, mask, 1, "<CH ID=\"9\"><Width>800</Width><Height>600</Height><ROIList><ROI Row=\"0\">"},
@@ -354,10 +355,12 @@ TEST(SeedWrites, OneChannelsPartReplacesOnlyThatChannelsEntries) {
         {32812, "32811", 10, "<CH>10</CH><ROIList>" + noLine + "</ROIList>", 0, ""},
     };
     for (const Case& c : cases) {
-        const Docs base = c.overEmpty ? asMap(emptyDocuments()) : demo();
+        Docs base = demo();
+        if (c.unstored) base.erase(c.key);
         const std::string after = afterWrite(c.id, c.param, base).at(c.key);
-        const Entries was = entriesOf(base.at(c.key), c.ch), now = entriesOf(after, c.ch);
+        const Entries was = entriesOf(base.count(c.key) ? base.at(c.key) : "", c.ch), now = entriesOf(after, c.ch);
         EXPECT_EQ(now.mine.size(), c.mine) << c.id;
+        for (const auto& e : now.mine) EXPECT_EQ(std::count(was.mine.begin(), was.mine.end(), e), 0) << c.id << " kept " << e;
         EXPECT_EQ(now.others, was.others) << c.id;
         EXPECT_TRUE(now.inChannelOrder) << c.id;
         EXPECT_NE(after.find(c.shows), std::string::npos) << c.id << "\n" << after;
