@@ -104,7 +104,9 @@ void LoginController::imgLoginBtn_Click(int32_t index) {
         prompter_.status(text(46) + open + r.ServiceName + " - " + r.ServiceIP + " : " + std::to_string(r.ServicePort) + "]");
         user = txtUser;
         pass = txtPassword;
-        if (r.ServiceName.empty()) {
+        // A row without a name lends its saved account only where the form has none: what the
+        // user typed is what the user means.
+        if (r.ServiceName.empty() && base::Trim(user).empty()) {
             user = r.ServiceUserAccount;
             pass = r.ServicePassword;
         }
@@ -117,6 +119,8 @@ void LoginController::imgLoginBtn_Click(int32_t index) {
     sLoginPass = pass;
     dispatcher_.resetDataReady();
     row().iLinkStatus = 0;  // a new attempt: the last attempt's status no longer counts
+    iWaitSeconds = 0;       // and it has the whole time limit
+    gaveUp_ = false;
     link_.Logout(hLogin);
     hLogin = link_.Login(ip, port, user, pass, tag);
     if (hLogin < 0) {
@@ -131,6 +135,11 @@ void LoginController::onLinkStatus(int32_t status) {
     r.iLinkActive = 1;
     r.iLinkStatus = status;
     if (bLoginWait && !inSessionStart_) evaluateStatus(status);
+    // The form gave up on this attempt: a late success is logged out, not left open.
+    else if (gaveUp_ && status == link::status::kLoggedIn) {
+        gaveUp_ = false;
+        link_.Logout(hLogin);
+    }
 }
 
 void LoginController::Timer1000() {
@@ -146,6 +155,7 @@ void LoginController::Timer1000() {
         if (iWaitSeconds >= kLoginTickLimit && !bEntered) {
             iWaitSeconds = 0;
             bLoginWait = false;
+            gaveUp_ = true;
             prompter_.status(text(50));
             if (cmdLine.bCmdLogin) failBox(50);
         }

@@ -105,6 +105,7 @@ private:
     LoginHost& host_;
     std::string appTitle_;
     bool inSessionStart_ = false;
+    bool gaveUp_ = false;  // the time limit ended the attempt under way
 };
 
 }  // namespace kv::session

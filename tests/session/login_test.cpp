@@ -100,6 +100,50 @@ TEST_F(Login, ButtonStartsTheLinkWithTheRowAndTheAccount) {
     EXPECT_EQ(link.logouts, 1) << "the old handle is logged out first";
 }
 
+TEST_F(Login, ARowWithoutANameLendsItsAccountOnlyWhereTheFormHasNone) {
+    ServerRow& r = login.strService[0];
+    r.ServiceName.clear();
+    r.ServiceUserAccount = "saved", r.ServicePassword = "kept";
+    struct Case {
+        const char* user;
+        const char* pass;
+        const char* wantUser;
+        const char* wantPass;
+        const char* why;
+    };
+    const Case cases[] = {
+        {"admin", "admin", "admin", "admin", "the typed account is what the user means"},
+        {"admin", "", "admin", "", "a typed user with an empty password stays as typed"},
+        {"", "", "saved", "kept", "an empty form takes the row's saved account"},
+        {"  ", "x", "saved", "kept", "blanks are no user name"},
+    };
+    for (const Case& c : cases) {
+        login.txtUser = c.user, login.txtPassword = c.pass;
+        login.imgLoginBtn_Click(0);
+        EXPECT_EQ(link.lastUser, c.wantUser) << c.why;
+        EXPECT_EQ(link.lastPass, c.wantPass) << c.why;
+    }
+}
+
+TEST_F(Login, EachAttemptHasTheWholeTimeLimitAndALateSuccessIsLoggedOut) {
+    login.imgLoginBtn_Click(0);
+    for (int i = 0; i < 20; ++i) login.Timer1000();
+    login.onLinkStatus(-10);  // refused after 20 ticks
+    EXPECT_FALSE(login.bLoginWait);
+    login.imgLoginBtn_Click(0);
+    login.onLinkStatus(8);
+    for (int i = 0; i < 30; ++i) login.Timer1000();
+    EXPECT_TRUE(login.bLoginWait) << "the retry counts its own 31 ticks";
+    login.Timer1000();
+    ASSERT_FALSE(login.bLoginWait);
+    const int logouts = link.logouts;
+    login.onLinkStatus(9);  // the service lets the given-up attempt in after all
+    EXPECT_EQ(link.logouts, logouts + 1) << "no session is left open on the service";
+    EXPECT_EQ(host.entered, 0);
+    login.onLinkStatus(9);
+    EXPECT_EQ(link.logouts, logouts + 1) << "logged out once";
+}
+
 TEST_F(Login, NoServerChosenAndBadHandleAndExit) {
     login.cmbServiceIndex = -1;
     login.imgLoginBtn_Click(0);
