@@ -95,6 +95,11 @@ bool ChannelPage::SelectChannel(int32_t ch) {
         const app::Answer a = prompter_.box(app::BoxKind::YesNo, lang_.GetText(text::kAskSaveChannel), title_);
         if (a == app::Answer::Yes && !save()) return false;
         setDirty(false);
+        if (bApplyPending) {
+            // Dropped: the list is read again as the service has it.
+            bApplyPending = false;
+            host_.channelsChanged();
+        }
     }
     iSelCH = ch;
     const ChannelRecord& stored = tables_.strCH[slot()];
@@ -235,6 +240,7 @@ bool ChannelPage::cmdComit_Click(int index) {
 }
 
 bool ChannelPage::save() {
+    if (bApplyPending) return applyPending();
     if (!bDirty_) return true;
     if (iSelCH == 0) return false;
     ChannelRecord r = MyCH;
@@ -251,10 +257,19 @@ bool ChannelPage::save() {
     CleanChannelField();
     RefreshList();
     tabChannel = 0;
+    bApplyPending = true;
+    return applyPending();
+}
+
+bool ChannelPage::applyPending() {
+    // The channel reached the service; it takes effect with 40963. A refusal keeps the page
+    // dirty with save (which sends 40963 again) and cancel offered.
     if (!ApplyChannel_Setting(link_, &lastAnswer)) {
         showMessage(text::kSaveFailed);
+        updateButtons();
         return false;
     }
+    bApplyPending = false;
     setDirty(false);
     host_.channelsChanged();
     return true;
@@ -285,6 +300,8 @@ bool ChannelPage::remove() {
 }
 
 void ChannelPage::cancel() {
+    const bool unapplied = bApplyPending;
+    bApplyPending = false;
     setDirty(false);
     iSelCH = 0;
     sLastDetectIP.clear();
@@ -295,6 +312,8 @@ void ChannelPage::cancel() {
     MyCH = ChannelRecord{};
     video.Clear();
     updateButtons();
+    // A channel the service holds but never applied: the list is read again as the service has it.
+    if (unapplied) host_.channelsChanged();
 }
 
 bool ChannelPage::preview() {
@@ -427,9 +446,9 @@ void ChannelPage::setDirty(bool dirty) {
 
 void ChannelPage::updateButtons() {
     const bool selected = iSelCH > 0 && !busy;
-    cmdComit[kCommitSave] = selected && bDirty_;
+    cmdComit[kCommitSave] = (selected && bDirty_) || (bApplyPending && !busy);
     cmdComit[kCommitRemove] = selected && tables_.strCH[slot()].configured();
-    cmdComit[kCommitCancel] = selected;
+    cmdComit[kCommitCancel] = selected || (bApplyPending && !busy);
     cmdComit[kCommitPreview] = selected;
     cmdDetect = selected;
 }

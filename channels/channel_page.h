@@ -89,6 +89,7 @@ public:
     bool cmdLensMode = false;  // the lens frame's button, brand 20 only
     int tabChannel = 0;
     bool busy = false;    // a detection runs
+    bool bApplyPending = false;  // a channel was stored but its 40963 was refused: save sends it again
     // The address and port of the last detection, and whether the last one repeated them.
     std::string sLastDetectIP;
     int32_t iLastDetectPort = 0;
@@ -164,6 +165,7 @@ private:
     void updateButtons();
     void lock(bool locked);
     bool save();
+    bool applyPending();
     bool remove();
     void cancel();
     bool preview();

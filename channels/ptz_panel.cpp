@@ -114,7 +114,11 @@ bool PtzPanel::cmdPTZ_Click(int index) {
     return sent(send(Get_PTZ_XML(move.id, ch, app::ToInt32(cmbLensSource.text()), move.direction, speed())));
 }
 
-bool PtzPanel::mnu_Click(PtzMenu entry) { return cmdPTZ_Click(static_cast<int>(entry)); }
+bool PtzPanel::mnuEnabled(PtzMenu entry) const {
+    return mnuOffered() && entry >= 0 && entry < kPtzMenuEntries && cmdPTZ[static_cast<size_t>(entry)];
+}
+
+bool PtzPanel::mnu_Click(PtzMenu entry) { return mnuEnabled(entry) && cmdPTZ_Click(static_cast<int>(entry)); }
 
 void PtzPanel::UpadtePTZButtonDisplay() {
     cmdPTZ.fill(false);

@@ -32,9 +32,10 @@ struct PtzMove {
 /// down, right-down, centre), 9..11 zoom, 12..14 focus, 15 and 16 iris, 17 without a direction.
 PtzMove PtzMoveOf(int index);
 
-/// The menu entries of the video's pop-up menu, which send the moves of buttons 0..8.
+/// The entries of the video view's pop-up menu, which send the moves of pad buttons 0..8.
 enum PtzMenu : int { mnu_LeftTop = 0, mnu_Top, mnu_RightTop, mnu_Left, mnu_Right, mnu_LeftDown, mnu_Down,
                      mnu_RightDown, mnu_Direct };
+inline constexpr int kPtzMenuEntries = 9;
 
 /// The buttons of the preset list.
 enum PresetButton : int { kPresetRemove = 0, kPresetGoto, kPresetSelect, kPresetNew, kPresetTake,
@@ -82,6 +83,10 @@ public:
     bool cmdPtesetCH_Click(int item);
     /// A move; button 17 sends nothing.
     bool cmdPTZ_Click(int index);
+    /// The pop-up menu: offered while a channel is chosen; an entry is enabled and sends as its
+    /// pad button does.
+    bool mnuOffered() const { return channelChosen(); }
+    bool mnuEnabled(PtzMenu entry) const;
     bool mnu_Click(PtzMenu entry);
     /// Enables the buttons by the channel's capabilities.
     void UpadtePTZButtonDisplay();

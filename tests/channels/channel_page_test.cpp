@@ -189,6 +189,35 @@ TEST_F(PageTest, ARefusedSaveKeepsThePageDirtyAndSendsNoApplyNotice) {
     EXPECT_EQ(page.iSelCH, 5) << "the user can try again";
     EXPECT_NE(page.lastAnswer.find("RET=\"-1\""), std::string::npos);
 
+    // The channel reached the service but its 40963 was refused: the page stays able to send it
+    // again or to cancel, and the shell's save (area 1) retries only the 40963.
+    link.replies.erase(24581);
+    link.replies[40963] = "<RESPONSE RET=\"-1\" ID=\"40963\"/>";
+    link.sent.clear();
+    EXPECT_FALSE(page.SaveSetting());
+    EXPECT_EQ(link.ids(), (std::vector<int32_t>{24581, 40963}));
+    EXPECT_TRUE(page.dirty());
+    EXPECT_TRUE(page.cmdComit[kCommitSave]);
+    EXPECT_TRUE(page.cmdComit[kCommitCancel]);
+    link.replies.erase(40963);
+    link.sent.clear();
+    EXPECT_TRUE(page.SaveSetting());
+    EXPECT_EQ(link.ids(), std::vector<int32_t>{40963});
+    EXPECT_FALSE(page.dirty());
+    EXPECT_EQ(host.calls.back(), "reload");
+
+    // A refused 40963 then cancel: the list is read again as the service has it.
+    detectNewCamera(6);
+    link.replies[40963] = "<RESPONSE RET=\"-1\" ID=\"40963\"/>";
+    EXPECT_FALSE(page.SaveSetting());
+    host.calls.clear();
+    EXPECT_TRUE(page.cmdComit_Click(kCommitCancel));
+    EXPECT_FALSE(page.dirty());
+    EXPECT_FALSE(page.cmdComit[kCommitSave]);
+    EXPECT_EQ(host.calls, std::vector<std::string>{"reload"});
+    link.replies.erase(40963);
+    detectNewCamera(5);
+
     // A detected camera without a name is an empty field.
     page.txtNetwork_Change(kNetName, " ");
     link.sent.clear();

@@ -158,6 +158,32 @@ TEST_F(PtzTest, ButtonsFollowTheCapabilitiesAndSendTheirRowOfTheTable) {
     EXPECT_EQ(PtzMoveOf(16).id, 12292);
 }
 
+TEST_F(PtzTest, ThePopUpMenuSendsTheMovesOfThePad) {
+    EXPECT_FALSE(panel.mnuOffered()) << "no channel chosen: no menu";
+    EXPECT_FALSE(panel.mnu_Click(mnu_Top));
+    config.strCH[2].Move = 8;
+    panel.cmdPtesetCH_Click(0);
+    ASSERT_TRUE(panel.mnuOffered());
+    struct Case { PtzMenu entry; int32_t direction; };
+    const Case cases[] = {
+        {mnu_LeftTop, 5}, {mnu_Top, 3},  {mnu_RightTop, 6},  {mnu_Left, 1},   {mnu_Right, 2},
+        {mnu_LeftDown, 7}, {mnu_Down, 4}, {mnu_RightDown, 8}, {mnu_Direct, 0},  // the centre of the pad
+    };
+    for (const Case& c : cases) {
+        link.sent.clear();
+        EXPECT_TRUE(panel.mnu_Click(c.entry)) << c.entry;
+        EXPECT_EQ(link.sent, std::vector<std::string>{Get_PTZ_XML(12289, 3, 0, c.direction, 1)}) << c.entry;
+    }
+    // Straight moves only: the diagonal entries are off, as their buttons are.
+    config.strCH[2].Move = 4;
+    panel.UpadtePTZButtonDisplay();
+    link.sent.clear();
+    EXPECT_TRUE(panel.mnuEnabled(mnu_Down));
+    EXPECT_FALSE(panel.mnuEnabled(mnu_RightDown));
+    EXPECT_FALSE(panel.mnu_Click(mnu_RightDown));
+    EXPECT_TRUE(link.sent.empty());
+}
+
 TEST_F(PtzTest, QuadFisheyeIsSetOnlyWhenTheCameraIsInAnotherMode) {
     config.strCH[2].Mode4FishEye = "quad";
     link.replies[12302] = "<RESPONSE RET=\"0\" ID=\"12302\"><CH>3</CH><Mode4FishEye>quad</Mode4FishEye></RESPONSE>";
