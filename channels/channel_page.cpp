@@ -172,7 +172,6 @@ bool ChannelPage::cmbDisplayMode_Click(int which, int item) {
     return iSelCH != 0 && !busy && video.cmbDisplayMode_Click(which, item);
 }
 
-bool ChannelPage::setAudioText(const std::string& value) { return iSelCH != 0 && !busy && video.setAudioText(value); }
 
 bool ChannelPage::fieldsFilled(bool show) {
     const std::string ip = base::Trim(txtNetwork[kNetIP].text);

@@ -125,12 +125,11 @@ public:
     bool cmbVideoID_Click(int item);
     bool chkPTZ_Click(bool on);
     bool chkCameraSetting_Click(bool on);
-    /// A choice in `cmb_CamDetail`, the lens combos or the audio text: the rules of the video
+    /// A choice in `cmb_CamDetail` or the lens combos: the rules of the video
     /// parameters, then the page is dirty.
     bool cmb_CamDetail_Click(int index, int item);
     bool cmbLensMode_Click(int item);
     bool cmbDisplayMode_Click(int which, int item);
-    bool setAudioText(const std::string& text);
 
     /// Detection: reads the camera the fields name into the working record.
     bool cmdDetect_Click();

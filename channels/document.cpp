@@ -117,6 +117,43 @@ Json channelJson(const ChannelRecord& r) {
                 {"DIEdge", r.DIEdge}};
 }
 
+// The fixed tables a channel holds indices into, and the fields that hold them (a number, or a
+// list of numbers per size).
+constexpr std::array<std::string_view, 3> kRateControlTexts = {"N/A", "VBR", "CBR"};
+const app::TextTable kFps{"frame rate", kFpsTable};
+const app::TextTable kBitrate{"bit rate", kBitrateTable};
+const app::TextTable kRateControl{"rate control", kRateControlTexts, -1};
+const std::vector<std::pair<const char*, const app::TextTable*>> kTableFields = {
+    {"FPS", &kFps},
+    {"RateControl", &kRateControl},
+    {"Bitrate", &kBitrate},
+    {"FPSUpper_JPEG", &kFps},
+    {"FPSLower_JPEG", &kFps},
+    {"FPSUpper_MPEG4", &kFps},
+    {"FPSLower_MPEG4", &kFps},
+    {"FPSUpper_H264", &kFps},
+    {"FPSLower_H264", &kFps},
+    {"BitrateUpper_JPEG", &kBitrate},
+    {"BitrateLower_JPEG", &kBitrate},
+    {"BitrateUpper_MPEG4", &kBitrate},
+    {"BitrateLower_MPEG4", &kBitrate},
+    {"BitrateUpper_H264", &kBitrate},
+    {"BitrateLower_H264", &kBitrate}};
+
+// A channel as dump prints it: the password masked, the tables' texts for their indices.
+Json shownChannel(const ChannelRecord& r, const app::DumpForm& form) {
+    Json o = channelJson(r);
+    o["Password"] = app::ShownSecret(r.Password, form);
+    for (const auto& [key, table] : kTableFields) {
+        Json& v = o[key];
+        if (v.is_array())
+            for (Json& item : v) item = app::TableText(*table, item.get<int64_t>());
+        else
+            v = app::TableText(*table, v.get<int64_t>());
+    }
+    return o;
+}
+
 Json presetJson(const PresetRecord& p) {
     return Json{{"ID", p.ID},     {"Name", p.Name}, {"PTZABS", p.PTZABS}, {"Pan", p.Pan},
                 {"Tilt", p.Tilt}, {"Zoom", p.Zoom}, {"Focus", p.Focus}};
@@ -130,6 +167,35 @@ const std::set<std::string> kEditable = {"Name",        "IP",       "HTTPPort", 
 const std::set<std::string> kBookkeeping = {"CH", "EditTime", "SaveFlag", "ChannelEdited"};
 
 }  // namespace
+
+// A document's channel in the record's own form: a masked password is the loaded channel's, a
+// table's text its index. What is not in dump's form is left for the staging to report.
+void toRecordForm(Json& o, const ChannelRecord& loaded, const std::string& where) {
+    if (o.contains("Password") && o.at("Password").is_string())
+        o["Password"] = app::SecretOf(o.at("Password"), loaded.Password, loaded.configured(), where + ".Password");
+    for (const auto& [key, table] : kTableFields) {
+        if (!o.contains(key)) continue;
+        Json& v = o[key];
+        const std::string at = where + "." + key;
+        if (v.is_array())
+            for (size_t i = 0; i < v.size(); ++i) v[i] = app::TableIndex(*table, v[i], at + "[" + std::to_string(i) + "]");
+        else
+            v = app::TableIndex(*table, v, at);
+    }
+}
+
+Json inRecordForm(const Json& list, const ChannelTable& loaded) {
+    Json out = list;
+    if (!out.is_array()) return out;
+    for (size_t i = 0; i < out.size(); ++i) {
+        Json& o = out[i];
+        if (!o.is_object() || !o.contains("CH") || !o.at("CH").is_number_integer()) continue;
+        const int64_t ch = o.at("CH").get<int64_t>();
+        if (ch < 1 || ch > kChannelSlots) continue;
+        toRecordForm(o, loaded[static_cast<size_t>(ch - 1)], "strCH[" + std::to_string(i) + "]");
+    }
+    return out;
+}
 
 // One run: the staged tables, the channel page over them, and what it has staged.
 struct Run {
@@ -364,12 +430,13 @@ void stagePresets(const Json& value, Run& st, Stage& stage) {
     }
 }
 
-Json dumpChannels(const ChannelTables& c) {
+// The sections; `shown` in dump's printed form, otherwise in the records' own.
+Json dumpChannels(const ChannelTables& c, const std::optional<app::DumpForm>& shown) {
     Json doc;
     Json list = Json::array(), status = Json::array(), presets = Json::object();
     for (const ChannelRecord& r : c.strCH) {
         if (!r.configured()) continue;
-        list.push_back(channelJson(r));
+        list.push_back(shown ? shownChannel(r, *shown) : channelJson(r));
         status.push_back(Json{{"CH", r.CH}, {"Connected", r.Connected}, {"InRecord", r.InRecord}});
     }
     for (const auto& [ch, l] : c.presetLists) {
@@ -406,19 +473,63 @@ void ChannelDocument::readExtras() {
     }
 }
 
-void ChannelDocument::dump(Json& doc) const {
-    const Json sections = dumpChannels(tables_);
+void ChannelDocument::dump(Json& doc, const app::DumpForm& form) const {
+    const Json sections = dumpChannels(tables_, form);
     for (const auto& [name, value] : sections.items()) doc[name] = value;
 }
 
 void ChannelDocument::stage(const Json& doc, Stage& stage) {
-    const Json loaded = dumpChannels(tables_);
-    const auto changed = [&](const char* name) { return doc.contains(name) && !app::SameValue(doc.at(name), loaded.at(name)); };
+    const Json loaded = dumpChannels(tables_, std::nullopt);
+    Json given = Json::object();
+    if (doc.contains("strCH")) given["strCH"] = inRecordForm(doc.at("strCH"), tables_.strCH);
+    if (doc.contains("Presets")) given["Presets"] = doc.at("Presets");
+    const auto changed = [&](const char* name) {
+        return given.contains(name) && !app::SameValue(given.at(name), loaded.at(name));
+    };
     // The status is the service's to report: a document's values are taken as read.
     if (!changed("strCH") && !changed("Presets")) return;
     run_ = std::make_unique<Run>(tables_, stage);
-    if (changed("strCH")) stageChannels(doc.at("strCH"), *run_, stage);
-    if (!stage.refused() && changed("Presets")) stagePresets(doc.at("Presets"), *run_, stage);
+    if (changed("strCH")) stageChannels(given.at("strCH"), *run_, stage);
+    if (!stage.refused() && changed("Presets")) stagePresets(given.at("Presets"), *run_, stage);
+}
+
+std::vector<std::string> ChannelDocument::plan() const {
+    std::vector<std::string> out;
+    if (!run_) return out;
+    for (const auto& [ch, record] : run_->channels) {
+        const ChannelRecord& before = tables_.strCH[static_cast<size_t>(ch - 1)];
+        const std::string n = std::to_string(ch);
+        if (!record)
+            out.push_back("removes channel " + n + " \"" + before.Name +
+                          "\" (the other subjects let go of it and save what they pruned)");
+        else if (!before.configured())
+            out.push_back("adds channel " + n + " \"" + record->Name + "\" (the camera at " + record->IP + ")");
+        else
+            out.push_back("changes channel " + n + ": " +
+                          app::ChangedFields(channelJson(before), channelJson(*record), kBookkeeping));
+    }
+    for (const auto& [ch, list] : run_->presets) {
+        const auto was = tables_.presetLists.find(ch);
+        const PresetList before = was == tables_.presetLists.end() ? EmptyPresetList() : was->second;
+        const auto find = [](const PresetList& l, int16_t id) {
+            return std::find_if(l.begin(), l.end(), [id](const PresetRecord& p) { return p.ID == id; });
+        };
+        std::string what;
+        const auto add = [&what](const std::string& s) { what += (what.empty() ? "" : "; ") + s; };
+        for (const PresetRecord& p : before)
+            if (p.ID >= 0 && find(list, p.ID) == list.end()) add("removes " + std::to_string(p.ID) + " \"" + p.Name + "\"");
+        for (const PresetRecord& p : list) {
+            if (p.ID < 0) continue;
+            const auto old = find(before, p.ID);
+            if (old == before.end())
+                add("adds " + std::to_string(p.ID) + " \"" + p.Name + "\"");
+            else if (*old != p)
+                add("changes " + std::to_string(p.ID) + " \"" + p.Name + "\": " +
+                    app::ChangedFields(presetJson(*old), presetJson(p)));
+        }
+        out.push_back("changes the presets of channel " + std::to_string(ch) + ": " + what);
+    }
+    return out;
 }
 
 void ChannelDocument::saves(Stage& stage, std::vector<PendingSave>& out) {

@@ -26,8 +26,9 @@ public:
     std::vector<std::string> names() const override;
     /// The channel status (24578) and the preset list (4101) of every configured PTZ channel.
     void readExtras() override;
-    void dump(app::Json& doc) const override;
+    void dump(app::Json& doc, const app::DumpForm& form) const override;
     void stage(const app::Json& doc, app::Stage& stage) override;
+    std::vector<std::string> plan() const override;
     void saves(app::Stage& stage, std::vector<app::PendingSave>& out) override;
 
 private:

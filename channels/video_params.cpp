@@ -360,13 +360,6 @@ bool VideoParams::cmbDisplayMode_Click(int which, int item) {
     return true;
 }
 
-bool VideoParams::setAudioText(const std::string& text) {
-    audioText_ = text;
-    updateGrid();
-    changed();
-    return true;
-}
-
 void VideoParams::SetToRecord(ChannelRecord& r) const {
     const std::string fmt = cmb_CamDetail[kCmbFormat].text();
     const std::string list = SizeListOf(r, fmt);

@@ -73,7 +73,7 @@ public:
     VideoParams(const ChannelRecord& my, const ChannelTable& strCH, const base::Language& lang);
 
     std::array<app::ComboBox, kCamDetailCount> cmb_CamDetail;
-    /// Two columns: label and value; read-only except the audio text of row 14.
+    /// Two columns: label and value, read-only; row 14 is the audio format the camera reports.
     std::array<std::array<std::string, 2>, kVideoInfoRows> Grid_Videoinfo;
     app::ComboBox cmbLensMode;
     std::array<app::ComboBox, 2> cmbDisplayMode;  // left, right
@@ -104,9 +104,6 @@ public:
     /// The lens mode decides which display-mode combos are offered (brand 20).
     bool cmbLensMode_Click(int item);
     bool cmbDisplayMode_Click(int which, int item);
-    /// An edit of the audio text (row 14).
-    bool setAudioText(const std::string& text);
-
     /// The video part of SetToSetCH: format, size, rates, quality, GOP, audio input and, for
     /// brand 20, the lens and display modes.
     void SetToRecord(ChannelRecord& r) const;

@@ -2,6 +2,7 @@
 #include "ui/binders.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QItemSelectionModel>
@@ -171,6 +172,11 @@ void Binder::button(QAbstractButton* w, std::function<void()> pressed, Get<bool>
         if (enabled) w->setEnabled(enabled());
         if (visible) w->setVisible(visible());
     });
+}
+
+void Binder::action(QAction* w, std::function<void()> pressed, Get<bool> enabled) {
+    QObject::connect(w, &QAction::triggered, w, [this, pressed] { act(pressed); });
+    if (enabled) shows_.push_back([w, enabled] { w->setEnabled(enabled()); });
 }
 
 void Binder::visible(QWidget* w, Get<bool> value) {

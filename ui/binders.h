@@ -12,6 +12,7 @@
 #include "app/controls.h"
 
 class QAbstractButton;
+class QAction;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -53,6 +54,8 @@ public:
     void grid(QTableWidget* w, Get<std::vector<std::string>> headings, Get<Cells> rows, Get<int> selected = {},
               std::function<void(int)> clicked = {});
     void button(QAbstractButton* w, std::function<void()> pressed, Get<bool> enabled = {}, Get<bool> visible = {});
+    /// A menu entry: triggering it runs `pressed`; `enabled` decides its state.
+    void action(QAction* w, std::function<void()> pressed, Get<bool> enabled = {});
     void visible(QWidget* w, Get<bool> value);
     void enabled(QWidget* w, Get<bool> value);
     /// Anything else the form shows from the model.

@@ -361,7 +361,7 @@ QWidget* ChannelPageWidget::buildSettingTab() {
         binder_.combo(display[i], m.video.cmbDisplayMode[static_cast<size_t>(i)],
                       [&m, i](int item) { m.cmbDisplayMode_Click(i, item); },
                       [&m, i] { return m.video.cmbDisplayMode[static_cast<size_t>(i)].enabled; });
-    // Read-only values, except the audio format of the last row.
+    // Read-only values: the audio format of the last row is what the camera reports.
     binder_.custom([info, &m] {
         const QSignalBlocker block(info);
         for (int r = 0; r < channels::kVideoInfoRows; ++r) {
@@ -369,8 +369,7 @@ QWidget* ChannelPageWidget::buildSettingTab() {
                 QTableWidgetItem* item = info->item(r, c);
                 if (!item) {
                     item = new QTableWidgetItem;
-                    const bool editable = r == channels::kAudioRow && c == 1;
-                    item->setFlags(editable ? Qt::ItemIsEnabled | Qt::ItemIsEditable : Qt::ItemIsEnabled);
+                    item->setFlags(Qt::ItemIsEnabled);
                     if (c == 0) item->setForeground(QColor("#4a5563"));
                     info->setItem(r, c, item);
                 }
@@ -378,11 +377,6 @@ QWidget* ChannelPageWidget::buildSettingTab() {
                 if (item->text() != v) item->setText(v);
             }
         }
-    });
-    QObject::connect(info, &QTableWidget::itemChanged, this, [this, &m](QTableWidgetItem* item) {
-        if (item->row() != channels::kAudioRow || item->column() != 1) return;
-        const std::string text = item->text().toStdString();
-        binder_.act([&] { m.setAudioText(text); });
     });
     for (int i = 0; i < 4; ++i)
         binder_.button(cmd[i], [this, &m, i] { m.cmdComit_Click(i); },

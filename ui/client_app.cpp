@@ -109,6 +109,8 @@ bool ClientApp::start() {
     if (localService_) {
         host_->serviceControlDialog = [this] {
             ServiceCtrlDialog dialog(loginForm_, *localService_, start_.lang);
+            // The login waits for the dialog's outcome: no tick meanwhile.
+            const UiPrompter::Waiting waiting(prompter_);
             return dialog.run();
         };
     }
@@ -117,6 +119,9 @@ bool ClientApp::start() {
     };
 
     loginModel_ = std::make_unique<session::LoginFormModel>(login, start_, *host_, prompter_, start_.lang);
+    loginModel_->askPassword = [this](const std::string& text, const std::string& title) {
+        return prompter_.askPassword(text, title.empty() ? kWindowTitle : title);
+    };
     loginForm_ = new LoginForm(login, *loginModel_);
     loginForm_->onServerList = [this] { openServerList(); };
     loginForm_->onClosed = [this] { end(); };
@@ -145,9 +150,16 @@ bool ClientApp::start() {
 }
 
 void ClientApp::tick() {
-    if (ended_ || !session_) return;
-    // A tick waits while a box asks something: the box's answer decides what comes next.
-    if (QApplication::activeModalWidget()) return;
+    if (ended_ || !session_ || ticking_) return;
+    // A tick waits while a box asks something: the box's answer decides what comes next. The
+    // window-modal dialogs (camera search, known servers) ask nothing, so polls and the restart's
+    // exit go on under them.
+    if (prompter_.waitingForAnswer()) return;
+    ticking_ = true;
+    const struct Done {
+        bool& ticking;
+        ~Done() { ticking = false; }
+    } done{ticking_};
     session_->login.Timer1000();
     if (ended_) return;
     if (loginForm_ && !session_->login.bKeepForm && loginForm_->isVisible()) loginForm_->hide();

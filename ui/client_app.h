@@ -145,6 +145,8 @@ private:
     QTimer* timer_ = nullptr;
     bool ended_ = false;
     bool refreshPending_ = false;
+    // A tick runs; one that a nested event loop would start meanwhile is skipped.
+    bool ticking_ = false;
 };
 
 }  // namespace kv::ui

@@ -125,7 +125,7 @@ LoginForm::LoginForm(session::LoginController& login, session::LoginFormModel& m
         [this] { return model_.languageIndex; }, [this](int i) { model_.imgCmbLanguage_Click(i); }, {},
         [this](size_t i) { return i < model_.languages.size() ? FlagIcon(model_.languages[i].flag) : QIcon(); });
     binder_.text(user, [this] { return login_.txtUser; }, [this](const std::string& t) { login_.txtUser = t; });
-    binder_.text(pass, [this] { return login_.txtPassword; }, [this](const std::string& t) { login_.txtPassword = t; });
+    binder_.text(pass, [this] { return login_.txtPassword; }, [this](const std::string& t) { model_.txtPassword_Change(t); });
     binder_.custom([this, pass] {
         const QLineEdit::EchoMode mode = model_.passwordMasked ? QLineEdit::Password : QLineEdit::Normal;
         if (pass->echoMode() != mode) pass->setEchoMode(mode);

@@ -2,6 +2,7 @@
 #include "ui/look.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QFile>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -16,8 +17,8 @@
 
 namespace kv::ui {
 
-void SetMark(QWidget* widget, const char* key, int id) {
-    widget->setProperty("tag", QString("%1:%2").arg(key).arg(id));
+void SetMark(QObject* object, const char* key, int id) {
+    object->setProperty("tag", QString("%1:%2").arg(key).arg(id));
 }
 
 QLabel* CaptionLabel(int id) {
@@ -80,6 +81,13 @@ void ApplyCaptions(QWidget* root, const base::Language& lang) {
     if (!root) return;
     applyMark(root, lang);
     for (QWidget* w : root->findChildren<QWidget*>()) applyMark(w, lang);
+    // Menu entries carry their caption mark as widgets do.
+    for (QAction* a : root->findChildren<QAction*>()) {
+        const QVariant tag = a->property("tag");
+        if (!tag.isValid()) continue;
+        const base::CaptionMark m = base::ParseCaptionMark(tag.toString().toStdString());
+        if (m.kind == base::CaptionMark::Kind::Caption) a->setText(Q(lang.GetText(m.id)));
+    }
 }
 
 void ApplyFont(QWidget* root, const base::FontRule& rule) {

@@ -14,15 +14,17 @@ struct FontRule;
 class QAbstractButton;
 class QLabel;
 class QLineEdit;
+class QObject;
 class QWidget;
 
 namespace kv::ui {
 
 inline QString Q(const std::string& s) { return QString::fromStdString(s); }
 
-/// Marks a widget's fixed text: "CAPTION:id" sets text and tooltip, "TOOLTIP:id" the tooltip.
-void SetMark(QWidget* widget, const char* key, int id);
-inline void Caption(QWidget* widget, int id) { SetMark(widget, "CAPTION", id); }
+/// Marks a widget's fixed text: "CAPTION:id" sets text and tooltip, "TOOLTIP:id" the tooltip. A
+/// menu entry takes its text from "CAPTION:id".
+void SetMark(QObject* object, const char* key, int id);
+inline void Caption(QObject* object, int id) { SetMark(object, "CAPTION", id); }
 /// A label that takes the text of `id`.
 QLabel* CaptionLabel(int id);
 /// A line edit named for the tests and the tour.

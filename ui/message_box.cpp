@@ -104,6 +104,7 @@ app::Answer UiPrompter::box(app::BoxKind kind, const std::string& text, const st
                                                              : BoxMode::Notice;
     shownBoxes.push_back(text);
     MessageBox b(parent ? parent() : nullptr, mode, title.empty() ? appTitle : title, text, lang_);
+    const Waiting waiting(*this);
     b.exec();
     return b.answer();
 }
@@ -111,6 +112,7 @@ app::Answer UiPrompter::box(app::BoxKind kind, const std::string& text, const st
 std::optional<std::string> UiPrompter::askPassword(const std::string& text, const std::string& title) {
     shownBoxes.push_back(text);
     MessageBox b(parent ? parent() : nullptr, BoxMode::Password, title.empty() ? appTitle : title, text, lang_);
+    const Waiting waiting(*this);
     b.exec();
     if (b.answer() != app::Answer::Ok) return std::nullopt;
     return b.password();

@@ -50,8 +50,23 @@ public:
     std::string lastStatus;
     std::vector<std::string> shownBoxes;
 
+    /// Marks, for as long as it lives, a box or dialog that waits for the user's answer. The
+    /// client's tick holds meanwhile; window-modal dialogs that wait for nothing do not mark.
+    class Waiting {
+    public:
+        explicit Waiting(UiPrompter& p) : p_(p) { ++p_.waiting_; }
+        ~Waiting() { --p_.waiting_; }
+        Waiting(const Waiting&) = delete;
+        Waiting& operator=(const Waiting&) = delete;
+
+    private:
+        UiPrompter& p_;
+    };
+    bool waitingForAnswer() const { return waiting_ > 0; }
+
 private:
     const base::Language* lang_ = nullptr;
+    int waiting_ = 0;
 };
 
 }  // namespace kv::ui

@@ -1,6 +1,7 @@
 // The PTZ tab's widgets, bound to the PTZ panel model.
 #include "ui/ptz_panel.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -8,6 +9,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
@@ -35,6 +37,11 @@ const char* const kPadGlyphs[9] = {"\u2196", "\u2191", "\u2197", "\u2190", "\u21
 const int kPadTips[9] = {491, 492, 493, 494, 495, 496, 497, 498, 918};
 // Where each of them sits in the 3-by-3 pad: the centre button in the middle.
 const int kPadCell[9][2] = {{0, 0}, {0, 1}, {0, 2}, {1, 0}, {1, 2}, {2, 0}, {2, 1}, {2, 2}, {1, 1}};
+// The entries of the video view's pop-up menu, in the model's order.
+const char* const kMenuNames[channels::kPtzMenuEntries] = {"mnu_LeftTop", "mnu_Top",      "mnu_RightTop",
+                                                           "mnu_Left",    "mnu_Right",    "mnu_LeftDown",
+                                                           "mnu_Down",    "mnu_RightDown", "mnu_Direct"};
+const int kMenuTexts[channels::kPtzMenuEntries] = {491, 492, 493, 494, 495, 496, 497, 498, 918};
 
 }  // namespace
 
@@ -84,6 +91,22 @@ PtzPanelWidget::PtzPanelWidget(channels::PtzPanel& model, app::ShellModel& shell
         vl->addWidget(panes[i], i / 2, i % 2);
     }
     middle->addWidget(view, 1);
+    // A right click on the view offers the moves of the pad.
+    auto* menu = new QMenu(this);
+    menu->setObjectName("mnuPTZ");
+    QAction* entries[channels::kPtzMenuEntries];
+    for (int i = 0; i < channels::kPtzMenuEntries; ++i) {
+        entries[i] = menu->addAction(QString::fromUtf8(kPadGlyphs[i]));
+        entries[i]->setObjectName(kMenuNames[i]);
+        Caption(entries[i], kMenuTexts[i]);
+        if (i == channels::mnu_Direct - 1) menu->addSeparator();
+    }
+    view->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(view, &QWidget::customContextMenuRequested, this, [this, view, menu](const QPoint& at) {
+        if (!model_.mnuOffered()) return;
+        binder_.refresh();
+        menu->popup(view->mapToGlobal(at));
+    });
 
     auto* control = new QGroupBox;
     Caption(control, 882);
@@ -193,6 +216,11 @@ PtzPanelWidget::PtzPanelWidget(channels::PtzPanel& model, app::ShellModel& shell
     for (int i = 0; i < channels::kPtzButtons; ++i)
         binder_.button(ptz[i], [this, i] { model_.cmdPTZ_Click(i); },
                        [this, i] { return model_.cmdPTZ[static_cast<size_t>(i)]; });
+    for (int i = 0; i < channels::kPtzMenuEntries; ++i) {
+        const auto entry = static_cast<channels::PtzMenu>(i);
+        binder_.action(entries[i], [this, entry] { model_.mnu_Click(entry); },
+                       [this, entry] { return model_.mnuEnabled(entry); });
+    }
     binder_.grid(
         grid, [this] { return std::vector<std::string>{"ID", lang_.GetText(328)}; },
         [this] { return CellsOf(model_.gridPresetList); }, [this] { return model_.selectedPreset; },

@@ -45,6 +45,21 @@ ServerListDialog::ServerListDialog(QWidget* parent, session::ServerListModel& mo
         Caption(cmdSave[i], cmd[i].text);
         buttons->addWidget(cmdSave[i]);
     }
+    // imgUpDown: the selected row one place up or down.
+    QPushButton* upDown[2];
+    const struct {
+        int text;
+        const char* icon;
+    } move[2] = {{909, "btn-up"}, {910, "btn-down"}};
+    for (int i = 0; i < 2; ++i) {
+        upDown[i] = new QPushButton;
+        upDown[i]->setObjectName(QString("imgUpDown_%1").arg(i));
+        upDown[i]->setIcon(Icon(move[i].icon));
+        Caption(upDown[i], move[i].text);
+    }
+    buttons->addSpacing(8);
+    buttons->addWidget(upDown[0]);
+    buttons->addWidget(upDown[1]);
     buttons->addStretch();
     top->addLayout(buttons);
     layout->addLayout(top);
@@ -127,6 +142,9 @@ ServerListDialog::ServerListDialog(QWidget* parent, session::ServerListModel& mo
     for (int i = 0; i < 5; ++i)
         binder_.button(cmdSave[i], [this, i] { model_.cmdSave_Click(i); },
                        [this, i] { return model_.cmdSaveEnabled[static_cast<size_t>(i)]; });
+    for (int i = 0; i < 2; ++i)
+        binder_.button(upDown[i], [this, i] { model_.imgUpDown_Click(i); },
+                       [this, i] { return model_.imgUpDownEnabled[static_cast<size_t>(i)]; });
     binder_.visible(frameService, [this] { return model_.frameService; });
     for (int i = 0; i < session::ServerListModel::kFieldCount; ++i)
         binder_.text(txt[i], [this, i] { return model_.txtNetwork[static_cast<size_t>(i)]; },
@@ -155,6 +173,12 @@ ServerListDialog::ServerListDialog(QWidget* parent, session::ServerListModel& mo
     connect(timer_, &QTimer::timeout, this, [this] { tick(); });
     timer_->start(1000);
     resize(760, 520);
+}
+
+void ServerListDialog::refresh() {
+    // What the link changed shows at once, not at the next tick.
+    model_.ShowONStatus();
+    binder_.refresh();
 }
 
 void ServerListDialog::tick() {

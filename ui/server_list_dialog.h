@@ -19,8 +19,9 @@ namespace kv::ui {
 class ServerListDialog : public QDialog {
 public:
     ServerListDialog(QWidget* parent, session::ServerListModel& model, const base::Language& lang);
-    void refresh() { binder_.refresh(); }
-    /// The dialog's one-second timer (the search results).
+    /// Model to widgets, the ON column first.
+    void refresh();
+    /// The dialog's one-second timer: the ON column and the search results.
     void tick();
 
 protected:
