@@ -15,7 +15,7 @@
 
 namespace kv::users {
 
-// One run: the staged lists and the user page over them.
+// One run: the staged lists, the user page over them, and the records it added and removed.
 struct UserRun {
     UserRun(const UserTables& loaded, app::Stage& stage, int32_t channelCount)
         : scratch(loaded),
@@ -23,6 +23,7 @@ struct UserRun {
                channelCount) {}
     UserTables scratch;
     UserPage page;
+    std::vector<int16_t> addedUsers, removedUsers, addedGroups, removedGroups;
 };
 
 namespace {
@@ -128,6 +129,14 @@ int rowOf(const List& rows, int16_t id) {
 
 std::string inQuotes(const std::string& s) { return "\"" + s + "\""; }
 
+// Where a record the document leaves out is reported: a section is the whole list.
+template <typename List>
+std::string leftOut(const char* section, const List& rows, int16_t id) {
+    const int row = rowOf(rows, id);
+    const std::string name = row ? " " + inQuotes(rows[static_cast<size_t>(row - 1)].Name) : "";
+    return std::string(section) + " (ID " + std::to_string(id) + name + ", left out of the document)";
+}
+
 // ---- groups ----
 
 // Brings the three rights grids to the document's lists by clicking the cells that differ.
@@ -165,17 +174,17 @@ void editGroup(const GroupDoc& d, UserGroupTab& tab, Stage& stage) {
     if (changed || before != tab.chFlags) tab.SaveRow();
 }
 
-void addGroup(const GroupDoc& d, UserGroupTab& tab, Stage& stage) {
+void addGroup(const GroupDoc& d, UserGroupTab& tab, Stage& stage, std::vector<int16_t>& added) {
     if (!tab.imgUserGroupbtn_Click(Button::kNew)) return stage.refuse(d.where, "seven groups at most");
     if (d.name && *d.name != tab.txtUserGroup[1].text && !tab.txtUserGroup_Change(*d.name))
         return stage.refuse(d.where, "the first group is the admin group, named " + inQuotes(tab.txtUserGroup[1].text));
     if (!clickRights(d, tab, stage)) return;
-    tab.SaveRow();
-    stage.note(d.where, "adds group " + inQuotes(tab.txtUserGroup[1].text) + " as ID " + tab.txtUserGroup[0].text);
+    const auto id = static_cast<int16_t>(base::LeadingNumber(tab.txtUserGroup[0].text));
+    if (tab.SaveRow()) added.push_back(id);
 }
 
 void removeGroup(int16_t id, UserGroupTab& tab, Stage& stage) {
-    const std::string where = "strUserGroup (ID " + std::to_string(id) + ")";
+    const std::string where = leftOut("strUserGroup", tab.GridUserGroupTmp, id);
     tab.gridUser_MouseUp(rowOf(tab.GridUserGroupTmp, id));
     if (!tab.imgUserGroupbtn[Button::kRemove]) return stage.refuse(where, "the admin group cannot be removed");
     stage.prompter.boxes.clear();
@@ -198,7 +207,7 @@ void stageGroups(const Json& value, UserRun& run, Stage& stage) {
     for (size_t i = 0; i < docs.size() && !stage.refused(); ++i)
         if (!isNew[i]) editGroup(docs[i], tab, stage);
     for (size_t i = 0; i < docs.size() && !stage.refused(); ++i)
-        if (isNew[i]) addGroup(docs[i], tab, stage);
+        if (isNew[i]) addGroup(docs[i], tab, stage, run.addedGroups);
     if (stage.refused()) return;
     run.scratch.strUserGroup = tab.SetGridToUserGroup();
     // Removals wait for the accounts: a group can go once the document has moved its members away.
@@ -207,6 +216,7 @@ void stageGroups(const Json& value, UserRun& run, Stage& stage) {
         for (int16_t id : removed) {
             removeGroup(id, tab, stage);
             if (stage.refused()) return;
+            run.removedGroups.push_back(id);
         }
         run.scratch.strUserGroup = tab.SetGridToUserGroup();
     });
@@ -233,13 +243,15 @@ bool fillUser(const UserDoc& d, UserTab& tab, Stage& stage, bool& changed) {
         const auto& ids = tab.cmbUserGroupID;
         const auto it = std::find(ids.begin(), ids.end(), *d.groupID);
         const int index = it == ids.end() ? -1 : static_cast<int>(it - ids.begin());
-        if (index != tab.cmbUserGroup.index) {
+        // A group the page does not offer: an account that already holds that id keeps it, as the
+        // page does; anything else would be saved with no group at all.
+        if (index < 0 && (tab.mode == EditMode::New || *d.groupID != tab.working.GroupID)) {
+            stage.refuse(d.where, "there is no user group " + std::to_string(*d.groupID));
+            return false;
+        }
+        if (index >= 0 && index != tab.cmbUserGroup.index) {
             if (!tab.cmbUserGroup.enabled) {
                 stage.refuse(d.where, "the first account keeps the first group");
-                return false;
-            }
-            if (index < 0) {
-                stage.refuse(d.where, "there is no user group " + std::to_string(*d.groupID));
                 return false;
             }
             tab.cmbUserGroup_Click(index);
@@ -269,11 +281,14 @@ void stageUsers(const Json& value, UserRun& run, Stage& stage) {
         if (!kept) removed.push_back(u.ID);
     }
     for (int16_t id : removed) {
+        const std::string where = leftOut("strUser", tab.rows(), id);
         tab.gridUser_MouseUp(rowOf(tab.rows(), id));
-        const std::string where = "strUser (ID " + std::to_string(id) + ")";
-        if (!tab.imgUserbtn[Button::kRemove]) return stage.refuse(where, "the first account cannot be removed");
+        if (!tab.imgUserbtn[Button::kRemove])
+            return stage.refuse(where, "the first account cannot be removed (a section is the whole list: a "
+                                       "document keeps only the accounts it holds)");
         tab.imgUserbtn_Click(Button::kRemove);
         tab.imgUserbtn_Click(Button::kSave);
+        run.removedUsers.push_back(id);
     }
     std::vector<bool> isNew;
     for (const UserDoc& d : docs) isNew.push_back(!d.id || !rowOf(tab.rows(), *d.id));
@@ -293,16 +308,16 @@ void stageUsers(const Json& value, UserRun& run, Stage& stage) {
         if (!d.groupID && tab.cmbUserGroup.enabled) throw DocumentError(d.where + ".GroupID: a new account needs one");
         bool changed = false;
         if (!fillUser(d, tab, stage, changed)) return;
-        const std::string id = tab.txtUser[0].text, name = base::Trim(tab.txtUser[1].text);
+        const auto id = static_cast<int16_t>(base::LeadingNumber(tab.txtUser[0].text));
         if (!saveUser(d, tab, stage)) return;
-        stage.note(d.where, "adds account " + inQuotes(name) + " as ID " + id);
+        run.addedUsers.push_back(id);
     }
     run.scratch.strUser = tab.SetGridToUser();
 }
 
-Json userJson(const UserRecord& u) {
+Json userJson(const UserRecord& u, const app::DumpForm& form) {
     return Json{{"ID", u.ID},         {"Name", u.Name},
-                {"Password", u.Password}, {"Company", u.Company},
+                {"Password", app::ShownSecret(u.Password, form)}, {"Company", u.Company},
                 {"Phone", u.Phone},   {"PrimaryMail", u.PrimaryMail},
                 {"SecondMail", u.SecondMail}, {"GroupID", u.GroupID}};
 }
@@ -310,6 +325,8 @@ Json userJson(const UserRecord& u) {
 Json groupJson(const UserGroupRecord& g) {
     return Json{{"ID", g.ID}, {"Name", g.Name}, {"Type0", g.Type0}, {"Type1", g.Type1}, {"Type2", g.Type2}};
 }
+
+Json userJsonClear(const UserRecord& u) { return userJson(u, {.secrets = true}); }
 
 // Lists: the sentinel of an empty list is not a record.
 template <class List, class ToJson>
@@ -320,6 +337,44 @@ Json listJson(const List& list, ToJson toJson) {
     return out;
 }
 
+// The accounts of a document with every masked password replaced by the one the service holds.
+Json unmasked(const Json& value, const UserList& loaded) {
+    Json out = value;
+    if (!out.is_array()) return out;
+    for (size_t i = 0; i < out.size(); ++i) {
+        Json& o = out[i];
+        if (!o.is_object() || !o.contains("Password") || !o.at("Password").is_string()) continue;
+        const int row = o.contains("ID") && o.at("ID").is_number_integer()
+                            ? rowOf(loaded, static_cast<int16_t>(o.at("ID").get<int64_t>()))
+                            : 0;
+        o["Password"] = app::SecretOf(o.at("Password"), row ? loaded[static_cast<size_t>(row - 1)].Password : "",
+                                      row != 0, "strUser[" + std::to_string(i) + "].Password");
+    }
+    return out;
+}
+
+// The plan lines of one list: removals, changes of the records it kept, additions.
+template <class List, class ToJson>
+void planList(const char* what, const List& loaded, const List& staged, const std::vector<int16_t>& removed,
+              const std::vector<int16_t>& added, ToJson toJson, std::vector<std::string>& out) {
+    const auto nameIn = [](const List& list, int16_t id) {
+        const int row = rowOf(list, id);
+        return row ? inQuotes(list[static_cast<size_t>(row - 1)].Name) : std::string("\"\"");
+    };
+    for (int16_t id : removed)
+        out.push_back("removes " + std::string(what) + " " + std::to_string(id) + " " + nameIn(loaded, id));
+    for (const auto& r : staged) {
+        const int row = rowOf(loaded, r.ID);
+        if (r.ID < 0 || !row || std::count(added.begin(), added.end(), r.ID)) continue;
+        const std::string fields = app::ChangedFields(toJson(loaded[static_cast<size_t>(row - 1)]), toJson(r));
+        if (!fields.empty())
+            out.push_back("changes " + std::string(what) + " " + std::to_string(r.ID) + " " + inQuotes(r.Name) + ": " +
+                          fields);
+    }
+    for (int16_t id : added)
+        out.push_back("adds " + std::string(what) + " " + nameIn(staged, id) + " as ID " + std::to_string(id));
+}
+
 }  // namespace
 
 UserDocument::UserDocument(UserTables& tables, const int32_t& channelCount)
@@ -328,20 +383,36 @@ UserDocument::~UserDocument() = default;
 
 std::vector<std::string> UserDocument::names() const { return {"strUser", "strUserGroup"}; }
 
-void UserDocument::dump(Json& doc) const {
-    doc["strUser"] = listJson(tables_.strUser, userJson);
+void UserDocument::dump(Json& doc, const app::DumpForm& form) const {
+    doc["strUser"] = listJson(tables_.strUser, [&form](const UserRecord& u) { return userJson(u, form); });
     doc["strUserGroup"] = listJson(tables_.strUserGroup, groupJson);
 }
 
 void UserDocument::stage(const Json& doc, Stage& stage) {
     Json loaded;
-    dump(loaded);
-    const auto changed = [&](const char* name) { return doc.contains(name) && !app::SameValue(doc.at(name), loaded.at(name)); };
+    dump(loaded, {.secrets = true});
+    Json given = Json::object();
+    if (doc.contains("strUser")) given["strUser"] = unmasked(doc.at("strUser"), tables_.strUser);
+    if (doc.contains("strUserGroup")) given["strUserGroup"] = doc.at("strUserGroup");
+    const auto changed = [&](const char* name) {
+        return given.contains(name) && !app::SameValue(given.at(name), loaded.at(name));
+    };
     if (!changed("strUser") && !changed("strUserGroup")) return;
     run_ = std::make_unique<UserRun>(tables_, stage, channelCount_);
     // Groups first: a new account may join a group the same document adds.
-    if (changed("strUserGroup")) stageGroups(doc.at("strUserGroup"), *run_, stage);
-    if (!stage.refused() && changed("strUser")) stageUsers(doc.at("strUser"), *run_, stage);
+    if (changed("strUserGroup")) stageGroups(given.at("strUserGroup"), *run_, stage);
+    if (!stage.refused() && changed("strUser")) stageUsers(given.at("strUser"), *run_, stage);
+}
+
+std::vector<std::string> UserDocument::plan() const {
+    std::vector<std::string> out;
+    if (!run_) return out;
+    // In the order of the saves: the groups' list, then the accounts'.
+    planList("group", tables_.strUserGroup, run_->scratch.strUserGroup, run_->removedGroups, run_->addedGroups,
+             groupJson, out);
+    planList("account", tables_.strUser, run_->scratch.strUser, run_->removedUsers, run_->addedUsers, userJsonClear,
+             out);
+    return out;
 }
 
 void UserDocument::saves(Stage& stage, std::vector<PendingSave>& out) {

@@ -17,8 +17,9 @@ public:
     ~UserDocument() override;
 
     std::vector<std::string> names() const override;
-    void dump(app::Json& doc) const override;
+    void dump(app::Json& doc, const app::DumpForm& form) const override;
     void stage(const app::Json& doc, app::Stage& stage) override;
+    std::vector<std::string> plan() const override;
     void saves(app::Stage& stage, std::vector<app::PendingSave>& out) override;
 
 private:

@@ -214,9 +214,11 @@ bool UserGroupTab::removeSelected() {
     if (selectedRow < 1 || selectedRow > static_cast<int>(GridUserGroupTmp.size())) return false;
     const int16_t id = GridUserGroupTmp[selectedRow - 1].ID;
     if (id == kAdminGroupID) return false;
-    // Accounts marked for removal on the Users tab still exist on the service, so they count.
-    const bool inUse = std::any_of(strUser_.begin(), strUser_.end(),
-                                   [id](const UserRecord& u) { return u.ID >= 0 && u.GroupID == id; });
+    // Accounts marked for removal on the Users tab still exist on the service, so they count; so
+    // do the Users tab's rows that wait for the save, which would name a group no longer there.
+    const auto member = [id](const UserRecord& u) { return u.ID >= 0 && u.GroupID == id; };
+    const bool inUse = std::any_of(strUser_.begin(), strUser_.end(), member) ||
+                       (workingUsers_ && std::any_of(workingUsers_->begin(), workingUsers_->end(), member));
     if (inUse) {
         prompter_.box(app::BoxKind::Notice, lang_.GetText(text::kGroupHasUsers), title_);
         return false;

@@ -8,6 +8,7 @@ UserPage::UserPage(UserList& strUser, UserGroupList& strUserGroup, link::Service
     : user(strUser, strUserGroup, link, prompter, lang, title),
       group(strUserGroup, strUser, link, prompter, lang, title, channelCount), strUserGroup_(strUserGroup),
       prompter_(prompter), lang_(lang), title_(std::move(title)) {
+    group.setWorkingUsers(&user.rows());
     Refresh();
 }
 
@@ -26,7 +27,9 @@ int UserPage::tabUser_Click(int index) {
             tabIndex = 1;
             return tabIndex;
         }
-        user.Cancel();
+        // Accounts put into the list but not sent yet stay: only an open field set is dropped.
+        if (user.userChanged()) user.CancelFieldSet();
+        else user.Cancel();
         user.RefillGroups();
     }
     tabIndex = index == 0 ? 0 : 1;

@@ -86,6 +86,8 @@ public:
     bool imgUserbtn_Click(int index);
     /// What the cancel button does: every removal undone, the grid reloaded from `strUser`.
     void Cancel();
+    /// Closes the field set without touching the grid: rows that wait for the save stay.
+    void CancelFieldSet();
     /// Selects grid row `row` (from 1) and opens its field set; false for rows that do not exist.
     bool gridUser_MouseUp(int row);
     bool cmbUserGroup_Click(int index);
@@ -156,6 +158,8 @@ public:
     bool SaveRow();
     /// The list `GridUserGroupTmp` stands for; the admin group's lists are every channel.
     UserGroupList SetGridToUserGroup() const;
+    /// The Users tab's rows, accounts not yet sent included: a group they name cannot go.
+    void setWorkingUsers(const UserList* rows) { workingUsers_ = rows; }
     /// Saves a pending field set into the hidden grid, then sends the list when it differs from
     /// `strUserGroup` (or was marked unsent). On success `strUserGroup` takes it; on failure 579
     /// and nothing changes.
@@ -186,6 +190,7 @@ private:
     int32_t channelCount_;
     bool dirty_ = false;
     bool unsent_ = false;
+    const UserList* workingUsers_ = nullptr;
 };
 
 /// The user page: the two tabs under one strip.

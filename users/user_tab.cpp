@@ -122,6 +122,13 @@ void UserTab::Cancel() {
     RefreshUser();
 }
 
+void UserTab::CancelFieldSet() {
+    closeFieldSet();
+    fieldsDirty_ = false;
+    mode = EditMode::None;
+    imgUserbtn = {false, false, true, false};
+}
+
 bool UserTab::saveFieldSet() {
     if (mode == EditMode::None) return false;
     if (mode != EditMode::Remove) {

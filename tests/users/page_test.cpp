@@ -273,6 +273,32 @@ TEST_F(UserPageTest, GroupsWithAccountsCannotBeRemoved) {
     EXPECT_EQ(g.txtUserGroup[0].text, "3") << "the freed id comes back";
 }
 
+TEST_F(UserPageTest, AnAccountWaitingForTheSaveIsNeitherLostNorLeftWithoutItsGroup) {
+    seed();
+    UserPage& p = page();
+    ASSERT_EQ(p.tabUser_Click(0), 0);
+    ASSERT_TRUE(p.user.imgUserbtn_Click(kNew));
+    ASSERT_TRUE(p.user.cmbUserGroup_Click(1));  // Viewers
+    ASSERT_TRUE(saveUser(p.user, "guest", "g", "g"));
+    ASSERT_TRUE(p.user.userChanged()) << "the account waits for the page's save";
+
+    // A group that only the waiting account names cannot go either (339).
+    ASSERT_EQ(p.tabUser_Click(1), 1);
+    strUser.erase(strUser.begin() + 1);  // viewer gone from the service: only "guest" names group 2
+    p.group.gridUser_MouseUp(2);
+    EXPECT_FALSE(p.group.imgUserGroupbtn_Click(kRemove));
+    EXPECT_EQ(prompter.boxes.back(), "The User Group has one or more user accounts, can't be removed!");
+
+    // Another group saved meanwhile, then back on the Users tab: the account still waits.
+    p.group.gridUser_MouseUp(3);
+    ASSERT_TRUE(p.group.txtUserGroup_Change("Nights"));
+    ASSERT_TRUE(p.group.imgUserGroupbtn_Click(kSave));
+    ASSERT_EQ(p.tabUser_Click(0), 0);
+    EXPECT_TRUE(p.user.userChanged());
+    ASSERT_TRUE(p.user.SaveSetting());
+    EXPECT_EQ(strUser.back().Name, "guest") << "it reached the service";
+}
+
 TEST_F(UserPageTest, RefusedGroupSaveKeepsThePageDirtyAndTheListAsItWas) {
     seed();
     UserGroupTab& g = page().group;
