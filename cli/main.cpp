@@ -69,10 +69,19 @@ int main(int argc, char** argv) {
     cli.add_option("--timeout", timeoutSeconds, "Seconds to wait for the whole load");
     cli.add_flag("-v,--verbose", verbose, "Show the login's status lines");
     auto* loginCmd = cli.add_subcommand("login", "Log in, load the configuration and log out");
-    auto* dumpCmd = cli.add_subcommand("dump", "Print the loaded configuration as JSON");
-    auto* applyCmd = cli.add_subcommand("apply", "Apply a document of dump (all or some sections) to the service");
+    bool secrets = false;
+    bool dryRun = false;
+    auto* dumpCmd = cli.add_subcommand("dump", "Print the loaded configuration as JSON (passwords masked)");
+    dumpCmd->add_flag("--secrets", secrets, "Print passwords in clear");
+    auto* applyCmd = cli.add_subcommand(
+        "apply",
+        "Apply a document of dump (all or some sections) to the service. Each section given is the whole "
+        "list: an account, group or preset it leaves out is removed (a channel is removed by an empty IP). "
+        "A masked password keeps the service's value; a table's text or its index may be given.");
     std::string applyFile;
     applyCmd->add_option("FILE", applyFile, "The JSON document")->required();
+    applyCmd->add_flag("--dry-run", dryRun, "Print the plan and the commands, send nothing");
+    applyCmd->add_flag("--secrets", secrets, "Print the passwords of the commands in clear");
     cli.require_subcommand(1);
     try {
         cli.parse(argc, argv);
@@ -103,7 +112,8 @@ int main(int argc, char** argv) {
     kv::session::HeadlessClient client(prompter, lang, kTitle);
     const auto outcome = client.login(host, port, user, password, timeoutSeconds);
     if (outcome == kv::session::HeadlessClient::Outcome::Failed) {
-        std::cerr << (prompter.lastBox.empty() ? prompter.lastStatus : prompter.lastBox) << "\n";
+        // A box was printed as it came; a status line only when no box said it.
+        if (prompter.lastBox.empty()) std::cerr << prompter.lastStatus << "\n";
         return 3;
     }
     if (outcome == kv::session::HeadlessClient::Outcome::Partial)
@@ -111,10 +121,12 @@ int main(int argc, char** argv) {
     kv::cli::Parts parts = client.session().documentParts();
     if (dumpCmd->parsed() || applyCmd->parsed())
         for (auto& p : parts) p->readExtras();
-    if (dumpCmd->parsed()) std::cout << kv::cli::Dump(parts).dump(2) << "\n";
+    if (dumpCmd->parsed()) std::cout << kv::cli::Dump(parts, {.secrets = secrets}).dump(2) << "\n";
     if (loginCmd->parsed() && verbose) std::cerr << "logged in\n";
     int rc = 0;
-    if (applyCmd->parsed()) rc = kv::cli::Apply(document, parts, client.link(), lang, std::cout, std::cerr, &client.link());
+    if (applyCmd->parsed())
+        rc = kv::cli::Apply(document, parts, client.link(), lang, std::cout, std::cerr,
+                            {.dryRun = dryRun, .secrets = secrets, .echo = &client.link()});
     client.leave();
     return rc;
 }

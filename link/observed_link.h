@@ -49,6 +49,7 @@ public:
     }
     void SearchServers(int32_t seconds, int32_t type) override { inner_.SearchServers(seconds, type); }
     void setSendTimeout(int32_t milliseconds) override { inner_.setSendTimeout(milliseconds); }
+    std::string lastError() const override { return inner_.lastError(); }
 
 private:
     ServiceLink& inner_;

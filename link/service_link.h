@@ -74,6 +74,8 @@ public:
 
     /// Time limit of a synchronous send, in milliseconds (30 s by default).
     virtual void setSendTimeout(int32_t milliseconds) = 0;
+    /// Why the last login or connection ended, in words (empty when nothing failed).
+    virtual std::string lastError() const { return {}; }
 };
 
 }  // namespace kv::link

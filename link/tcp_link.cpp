@@ -91,6 +91,10 @@ public:
     std::string filterTest(const std::string& rawText, const std::string& profileXml);
     void search(std::chrono::milliseconds duration, int32_t type);
     void setVendorName(const std::string& name);
+    std::string lastError() const {
+        std::lock_guard lock(mu_);
+        return lastError_;
+    }
     void setSendTimeout(int32_t ms);
     void setDiscoveryTarget(const std::string& address, uint16_t port);
     void setLogSink(LogSink sink);
@@ -138,7 +142,8 @@ private:
     LogSink log_;
 
     // Guards everything below; the condition wakes synchronous calls and the destructor.
-    std::mutex mu_;
+    mutable std::mutex mu_;
+    std::string lastError_;  // why the last login or connection ended
     std::condition_variable cv_;
     std::shared_ptr<Connection> conn_;
     int32_t handle_ = 0;
@@ -469,6 +474,7 @@ int32_t TcpLink::Impl::login(const std::string& ip, int32_t port, const std::str
     dropSessionLocked(true);
     if (++lastHandle_ <= 0) lastHandle_ = 1;
     handle_ = lastHandle_;
+    lastError_.clear();
     setCurrent(handle_);
     auto conn = std::make_shared<Connection>(
         *this, io_, handle_,
@@ -697,6 +703,7 @@ void TcpLink::Impl::loginEnded(int32_t handle, int32_t status, const std::string
     {
         std::lock_guard lock(mu_);
         if (handle != handle_) return;
+        lastError_ = reason;
         conn_.reset();
         loggedIn_ = false;
         failWaitersLocked();
@@ -709,6 +716,7 @@ void TcpLink::Impl::connectionLost(int32_t handle, const std::string& reason) {
     {
         std::lock_guard lock(mu_);
         if (handle != handle_) return;
+        lastError_ = reason;
         conn_.reset();
         loggedIn_ = false;
         failWaitersLocked();
@@ -845,6 +853,7 @@ void TcpLink::SearchServers(int32_t seconds, int32_t type) {
 
 void TcpLink::searchServersFor(std::chrono::milliseconds duration, int32_t type) { impl_->search(duration, type); }
 void TcpLink::setSendTimeout(int32_t milliseconds) { impl_->setSendTimeout(milliseconds); }
+std::string TcpLink::lastError() const { return impl_->lastError(); }
 void TcpLink::setDiscoveryTarget(const std::string& address, uint16_t port) {
     impl_->setDiscoveryTarget(address, port);
 }

@@ -44,6 +44,7 @@ public:
     std::string FilterTest(const std::string& rawText, const std::string& profileXml) override;
     void SearchServers(int32_t seconds, int32_t type) override;
     void setSendTimeout(int32_t milliseconds) override;
+    std::string lastError() const override;
 
     /// Where SearchServers sends its datagram; 255.255.255.255 and 9877 by default.
     void setDiscoveryTarget(const std::string& address, uint16_t port);

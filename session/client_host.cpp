@@ -9,6 +9,11 @@
 #include "store/local_db.h"
 
 namespace kv::session {
+namespace {
+
+constexpr int32_t kTextEnterPassword = 856;
+
+}  // namespace
 
 std::string LanguageName(int number) {
     switch (number) {
@@ -177,6 +182,25 @@ void LoginFormModel::cmbService_Click(int32_t index) {
         login_.txtUser = r.ServiceUserAccount;
         login_.txtPassword = r.ServicePassword;
     }
+    savedPassword_ = !login_.txtPassword.empty();
+}
+
+void LoginFormModel::chkShowPassword_Click(bool show) {
+    if (!show || !savedPassword_) {
+        passwordMasked = !show;
+        return;
+    }
+    // Whoever sits at the machine sees a saved password only by knowing it.
+    const int32_t row = login_.cmbServiceIndex;
+    if (row < 0 || row >= static_cast<int32_t>(login_.strService.size()) || !askPassword) return;
+    const auto typed = askPassword(lang_.GetText(kTextEnterPassword), std::string());
+    if (typed && *typed == login_.strService[static_cast<size_t>(row)].ServicePassword) passwordMasked = false;
+}
+
+void LoginFormModel::txtPassword_Change(const std::string& text) {
+    login_.txtPassword = text;
+    // A partly erased saved password still gives the rest away; an emptied field is the user's own.
+    if (text.empty()) savedPassword_ = false;
 }
 
 void LoginFormModel::imgCmbLanguage_Click(int32_t index) {

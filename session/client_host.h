@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -76,6 +77,8 @@ public:
     bool passwordMasked = true;
     std::vector<admin::LanguageChoice> languages;
     int32_t languageIndex = -1;
+    /// formMessageBox's password mode: the text typed, or nothing when cancelled (set by the form).
+    std::function<std::optional<std::string>(const std::string& text, const std::string& title)> askPassword;
 
     /// Form_Activate: the command line's server, or the known servers.
     void Form_Activate();
@@ -83,7 +86,11 @@ public:
     void ShowServerList();
     void cmbService_Click(int32_t index);
     void imgCmbLanguage_Click(int32_t index);
-    void chkShowPassword_Click(bool show) { passwordMasked = !show; }
+    /// "Show password". A password filled in from the server table shows only after the password
+    /// box was answered with that row's saved password; what the user typed shows at once.
+    void chkShowPassword_Click(bool show);
+    /// The password field as the user edits it. Emptied, it no longer holds the saved password.
+    void txtPassword_Change(const std::string& text);
     /// The login button pressed by the user (not by the automatic login).
     void loginClicked();
     /// The language list with the language in force selected.
@@ -93,6 +100,8 @@ private:
     LoginController& login_;
     StartSequence& start_;
     ClientHost& host_;
+    // The field holds the chosen row's saved password, or what is left of it after an edit.
+    bool savedPassword_ = false;
     app::Prompter& prompter_;
     const base::Language& lang_;
 };

@@ -185,6 +185,21 @@ void LoginController::evaluateStatus(int32_t status) {
             bLoginWait = false;
             if (cmdLine.bCmdLogin) failBox(53);
             break;
+        case link::status::kDisconnected: {
+            // The connection could not be made (refused, unknown host, no route) or was lost
+            // before the service let us in: nothing more will come, so the wait ends now, with
+            // the link's reason.
+            if (bEntered) break;
+            bLoginWait = false;
+            const std::string why = link_.lastError();
+            const std::string line = text(50) + (why.empty() ? std::string() : " (" + why + ")");
+            prompter_.status(line);
+            if (cmdLine.bCmdLogin) {
+                prompter_.box(app::BoxKind::Critical, line, appTitle_);
+                host_.unload();
+            }
+            break;
+        }
         case link::status::kConnecting: prompter_.status(text(46)); break;
         case link::status::kAuthorizing: prompter_.status(text(51)); break;
         case link::status::kLoggedIn:

@@ -10,6 +10,11 @@
 #include "store/local_db.h"
 
 namespace kv::session {
+namespace {
+
+bool isLocal(const ServerRow& r) { return r.bLocalService || base::Trim(r.ServiceIP) == store::kLocalServiceIP; }
+
+}  // namespace
 
 bool ParseDeviceList(const std::string& xml, std::vector<FoundServer>& found) {
     try {
@@ -55,7 +60,7 @@ std::array<std::string, 7> ServerListModel::foundHeadings() const {
 }
 
 int32_t ServerListModel::NewServiceID() const {
-    int32_t id = 0;
+    int32_t id = 1;  // 0 stands for the local row, even while the list has none
     while (std::any_of(rows_.begin(), rows_.end(), [id](const ServerRow& r) { return r.iID == id; })) ++id;
     return id;
 }
@@ -81,6 +86,7 @@ void ServerListModel::ShowServerList() {
                         std::to_string(r.ServicePort), r.ServiceName, r.Desciption, r.bSaveAccount ? "1" : "0"});
     }
     if (selectedRow >= static_cast<int32_t>(rows_.size())) selectedRow = -1;
+    showUpDown();
 }
 
 void ServerListModel::ShowONStatus() {
@@ -107,10 +113,11 @@ void ServerListModel::gridServiceList_Click(int32_t row) {
                   r.ServiceName, r.Desciption};
     chkAccountSave = r.bSaveAccount;
     txtID = std::to_string(r.iID);
-    const bool local = r.bLocalService || base::Trim(r.ServiceIP) == store::kLocalServiceIP;
+    const bool local = isLocal(r);
     fieldsEnabled = !local;
     frameService = true;
     cmdSaveEnabled = {true, !local, true, !local, true};
+    showUpDown();
 }
 
 void ServerListModel::cmdSave_Click(int32_t index) {
@@ -126,7 +133,7 @@ void ServerListModel::cmdSave_Click(int32_t index) {
         case 1: {  // delete
             if (selectedRow < 0 || selectedRow >= static_cast<int32_t>(rows_.size())) return;
             const ServerRow& r = rows_[static_cast<size_t>(selectedRow)];
-            if (r.bLocalService || base::Trim(r.ServiceIP) == store::kLocalServiceIP) return;
+            if (isLocal(r)) return;
             rows_.erase(rows_.begin() + selectedRow);
             selectedRow = -1;
             frameService = false;
@@ -172,6 +179,24 @@ void ServerListModel::cmdSave_Click(int32_t index) {
             break;
         default: break;
     }
+    showUpDown();
+}
+
+void ServerListModel::showUpDown() {
+    const int32_t n = static_cast<int32_t>(rows_.size());
+    const auto row = [this](int32_t i) -> const ServerRow& { return rows_[static_cast<size_t>(i)]; };
+    const bool movable = !editingNew_ && selectedRow >= 0 && selectedRow < n && !isLocal(row(selectedRow));
+    imgUpDownEnabled[0] = movable && selectedRow > 0 && !isLocal(row(selectedRow - 1));
+    imgUpDownEnabled[1] = movable && selectedRow + 1 < n;
+}
+
+void ServerListModel::imgUpDown_Click(int32_t index) {
+    if (index < 0 || index > 1 || !imgUpDownEnabled[static_cast<size_t>(index)]) return;
+    const int32_t other = index == 0 ? selectedRow - 1 : selectedRow + 1;
+    std::swap(rows_[static_cast<size_t>(selectedRow)], rows_[static_cast<size_t>(other)]);
+    // The selection and the open fields go with the row.
+    selectedRow = other;
+    ShowServerList();
 }
 
 bool ServerListModel::txtNetwork_KeyPress(int32_t index, char key) {
@@ -196,6 +221,7 @@ void ServerListModel::OnSearchResult(const std::string& xml) {
 }
 
 void ServerListModel::Timer() {
+    ShowONStatus();
     if (!searchRunning || !searchDone_) return;
     searchRunning = false;
     researchEnabled = true;

@@ -58,6 +58,8 @@ public:
     bool frameSearch = false;
     bool fieldsEnabled = true;    // false for the local row
     std::array<bool, 5> cmdSaveEnabled{true, false, true, false, true};
+    /// imgUpDown: 0 moves the selected row up, 1 down.
+    std::array<bool, 2> imgUpDownEnabled{};
     int32_t selectedRow = -1;
     bool closed = false;
 
@@ -70,6 +72,7 @@ public:
     std::vector<std::array<std::string, 7>> foundGrid;
     std::array<std::string, 7> foundHeadings() const;
 
+    /// The smallest id from 1 that no row has; 0 is the local row's.
     int32_t NewServiceID() const;
     /// 1 when the fields can be saved, else -100, -101, -102, -104 or -103 (tested in that order).
     int32_t CheckInput() const;
@@ -80,10 +83,13 @@ public:
     void cmdSave_Click(int32_t index);
     /// Whether a key typed into a field is taken.
     static bool txtNetwork_KeyPress(int32_t index, char key);
+    /// Moves the selected row one place up (0) or down (1); the local row stays first.
+    void imgUpDown_Click(int32_t index);
 
     void CmdResearch_Click();
     /// The link's search result (it arrives as an event; the form's timer shows it).
     void OnSearchResult(const std::string& xml);
+    /// The form's timer: the ON column follows the link, and the search result shows once it came.
     void Timer();
     void CameraList_Click(int32_t row);
     void cmdExitSearch_Click();
@@ -92,6 +98,7 @@ private:
     bool editingNew_ = false;
     bool searchDone_ = false;
     void showFound();
+    void showUpDown();
 
     std::vector<ServerRow>& rows_;
     app::Prompter& prompter_;

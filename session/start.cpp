@@ -63,12 +63,19 @@ bool pristineFile(const fs::path& p) { return p.string().ends_with(store::kPrist
 
 bool PopulateHome(const fs::path& home, const std::vector<fs::path>& shares, std::string* error) {
     std::error_code ec;
-    for (const char* sub : {"Database", "Lang", "Log", "EMap_Pic", "Images", "FilterProfile", "BackupDatabase"}) {
+    // "Log" is left to the log: it writes no header into the first file of a folder it had to make.
+    for (const char* sub : {"Database", "Lang", "EMap_Pic", "Images", "FilterProfile", "BackupDatabase"}) {
         fs::create_directories(home / sub, ec);
         if (ec) {
             if (error) *error = "Cannot create " + (home / sub).string() + ": " + ec.message();
             return false;
         }
+    }
+    // Owner only: the databases below hold saved server passwords.
+    fs::permissions(home, fs::perms::owner_all, fs::perm_options::replace, ec);
+    if (ec) {
+        if (error) *error = "Cannot protect " + home.string() + ": " + ec.message();
+        return false;
     }
     for (const fs::path& share : shares) {
         copyFolder(share / "Database", home / "Database", true, pristineFile);
@@ -160,11 +167,19 @@ void StartSequence::Form_Load(const std::string& commandLine, bool instanceFree,
             bAppEnding = true;
             return;
         }
+        // A main database that is present but cannot be read stops the start as well, with the
+        // reason: going on would show the login form under a message that says it cannot start.
+        auto unusable = [&](const std::string& reason) {
+            log_.SetLog(appTitle_, " Main database : " + reason, 0);
+            prompter_.box(app::BoxKind::Critical, lang.GetText(512) + "\n" + reason, appTitle_);
+            bAppEnding = true;
+        };
         // 4. The settings; 5. conversion of an older schema.
         store::LocalDatabase local(db / "Database.db");
-        if (auto s = local.ReadSystemSettings()) settings = *s;
-        else log_.SetLog(appTitle_, " Read system settings : " + local.error(), 0);
-        if (store::OpenDBSet(db / "Database_Convert.db", settings.sDBVer) && !settings.sDBVer.empty()) {
+        const auto read = local.ReadSystemSettings();
+        if (!read) return unusable(local.error());
+        settings = *read;
+        if (store::OpenDBSet(db / "Database_Convert.db", settings.sDBVer)) {
             local.close();
             std::string error;
             if (store::ConvertDB(db / "Database.db", db / "Database_Convert.db", &log_, &error) &&
@@ -187,6 +202,10 @@ void StartSequence::Form_Load(const std::string& commandLine, bool instanceFree,
             bAppEnding = true;
             return;
         }
+        // The link's form comes into use from here on (its pictures, or the command line's login).
+        // The link object is made before the log is open and has no way to it, so its load line
+        // is written here.
+        log_.SetLog(appTitle_, " form_COM_Config - Form_Load ", 0);
         // 9. The command line.
         cmdLine = app::ParseCommandLine(commandLine);
         if (cmdLine.bCmdLogin) {
@@ -213,7 +232,7 @@ void StartSequence::Form_Load(const std::string& commandLine, bool instanceFree,
                 strService.push_back(store::ReadLocalServiceRow(db));
                 strService[0].iState = iLocalServiceState;
             }
-            if (!local.Get_Service(strService)) prompter_.box(app::BoxKind::Critical, lang.GetText(512) + "\n" + local.error(), appTitle_);
+            if (!local.Get_Service(strService)) return unusable(local.error());
             if (strService.empty()) strService.emplace_back();
             // 14. The shutdown mark of a stopped local service, then the language again.
             if (strService[0].bLocalService && strService[0].iState == 1) {

@@ -30,6 +30,8 @@ public:
         return loginHandle;
     }
     void Logout(int32_t) override { ++logouts; }
+    std::string lastError() const override { return error; }
+    std::string error;
 };
 
 using RecordingPrompter = kv::test::RecordingPrompter;
@@ -142,6 +144,22 @@ TEST_F(Login, EachAttemptHasTheWholeTimeLimitAndALateSuccessIsLoggedOut) {
     EXPECT_EQ(host.entered, 0);
     login.onLinkStatus(9);
     EXPECT_EQ(link.logouts, logouts + 1) << "logged out once";
+}
+
+TEST_F(Login, AConnectionThatCannotBeMadeEndsTheWaitAtOnceWithItsReason) {
+    link.error = "cannot connect to 10.0.0.9:9000: Connection refused";
+    login.imgLoginBtn_Click(0);
+    login.onLinkStatus(-1);
+    EXPECT_FALSE(login.bLoginWait) << "no 31-tick wait for a connection that is not there";
+    EXPECT_EQ(last(), text(50) + " (cannot connect to 10.0.0.9:9000: Connection refused)");
+    EXPECT_EQ(host.unloaded, 0) << "the form stays for another attempt";
+
+    login.cmdLine.bCmdLogin = true;
+    login.imgLoginBtn_Click(0);
+    login.onLinkStatus(-1);
+    ASSERT_EQ(prompter.boxes.size(), 1u);
+    EXPECT_EQ(prompter.boxes[0], last()) << "a command-line login says it in its box and ends";
+    EXPECT_EQ(host.unloaded, 1);
 }
 
 TEST_F(Login, NoServerChosenAndBadHandleAndExit) {

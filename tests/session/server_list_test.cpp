@@ -173,6 +173,56 @@ TEST_F(ServerList, KeysAndOnMarks) {
     EXPECT_EQ(model->grid[0][1], "");
 }
 
+TEST_F(ServerList, TheOnColumnFollowsTheLinkAtEachTick) {
+    // The login marks its row while the dialog stays open; the form's timer shows it.
+    rows[1].iLinkActive = 1;
+    model->Timer();
+    EXPECT_EQ(model->grid[1][1], "V");
+    rows[1].iLinkActive = 0;
+    model->Timer();
+    EXPECT_EQ(model->grid[1][1], "");
+}
+
+TEST_F(ServerList, RowsMoveUpAndDownBelowTheLocalRow) {
+    ServerRow lab = rows[1];
+    lab.iID = 2;
+    lab.ServiceIP = "10.0.0.3";
+    lab.ServiceName = "Lab";
+    rows.push_back(lab);
+    model->ShowServerList();
+    const auto names = [this] { return std::vector<std::string>{rows[1].ServiceName, rows[2].ServiceName}; };
+    struct Case { int32_t select; std::array<bool, 2> enabled; };
+    const Case cases[] = {
+        {-1, {false, false}},  // nothing chosen
+        {0, {false, false}},   // the local row stays first
+        {1, {false, true}},    // the first remote row cannot pass above the local one
+        {2, {true, false}},    // the last row cannot go further down
+    };
+    for (const Case& c : cases) {
+        if (c.select >= 0) model->gridServiceList_Click(c.select);
+        EXPECT_EQ(model->imgUpDownEnabled, c.enabled) << "row " << c.select;
+    }
+    model->imgUpDown_Click(0);
+    EXPECT_EQ(names(), (std::vector<std::string>{"Lab", "Office"}));
+    EXPECT_EQ(model->grid[1][4], "Lab");
+    EXPECT_EQ(model->selectedRow, 1) << "the selection goes with the row";
+    model->imgUpDown_Click(0);
+    EXPECT_EQ(names(), (std::vector<std::string>{"Lab", "Office"})) << "not above the local row";
+    // The open fields go with the row: a save after the move edits the moved row.
+    model->txtNetwork[ServerListModel::kName] = "Lab 2";
+    model->cmdSave_Click(3);
+    EXPECT_EQ(rows[1].ServiceName, "Lab 2");
+    model->imgUpDown_Click(1);
+    EXPECT_EQ(names(), (std::vector<std::string>{"Office", "Lab 2"}));
+    model->cmdSave_Click(0);
+    EXPECT_EQ(model->imgUpDownEnabled, (std::array<bool, 2>{false, false})) << "not while a new row is typed";
+    model->cmdSave_Click(4);
+    std::vector<ServerRow> stored;
+    ASSERT_TRUE(db->Get_Service(stored));
+    ASSERT_EQ(stored.size(), 2u);
+    EXPECT_EQ(stored[1].ServiceName, "Lab 2") << "the list is stored in its new order";
+}
+
 TEST(Ping, AddressConversionAndFailures) {
     EXPECT_EQ(ConvertIPAddressToLong("192.168.0.1"), 0x0100A8C0u);
     EXPECT_EQ(ConvertIPAddressToLong("10.0.0.255"), 0xFF00000Au);
@@ -197,4 +247,22 @@ TEST(Ping, LoopbackAnswers) {
     ::close(fd);
     EXPECT_TRUE(r.reached);
     EXPECT_NE(r.way, PingWay::None);
+}
+
+TEST_F(ServerList, NewIdsLeaveZeroToTheLocalRow) {
+    struct Case { std::vector<int32_t> ids; int32_t next; };
+    const Case cases[] = {
+        {{}, 1},         // no local service installed: 0 stays its all the same
+        {{0}, 1},        // the local row alone
+        {{0, 1, 3}, 2},  // the first gap above 0
+    };
+    for (const Case& c : cases) {
+        rows.clear();
+        for (int32_t id : c.ids) {
+            ServerRow r;
+            r.iID = id;
+            rows.push_back(r);
+        }
+        EXPECT_EQ(model->NewServiceID(), c.next) << c.ids.size() << " rows";
+    }
 }
