@@ -22,9 +22,10 @@ Json serverInfoJson(const ServerInfo& s) {
                 {"Language", s.Language}};
 }
 
-Json ddnsJson(const DDNSSetting& d) {
+Json ddnsJson(const DDNSSetting& d, const app::DumpForm& form) {
     return Json{{"Enable", d.Enable},         {"Server", d.Server},     {"Period", d.Period},
-                {"DomainName", d.DomainName}, {"UserName", d.UserName}, {"Password", d.Password}};
+                {"DomainName", d.DomainName}, {"UserName", d.UserName},
+                {"Password", app::ShownSecret(d.Password, form)}};
 }
 
 // Printed by dump; applying them needs the server page's save, which documents do not drive yet.
@@ -32,15 +33,22 @@ class AdminDocument final : public app::DocumentPart {
 public:
     explicit AdminDocument(const AdminTables& tables) : tables_(tables) {}
     std::vector<std::string> names() const override { return {"ServerInfo", "DDNSSetting"}; }
-    void dump(Json& doc) const override {
+    void dump(Json& doc, const app::DumpForm& form) const override {
         doc["ServerInfo"] = serverInfoJson(tables_.serverInfo);
-        doc["DDNSSetting"] = ddnsJson(tables_.ddns);
+        doc["DDNSSetting"] = ddnsJson(tables_.ddns, form);
     }
     void stage(const Json& doc, app::Stage& stage) override {
         Json loaded;
-        dump(loaded);
+        dump(loaded, {.secrets = true});
+        Json given = doc;
+        // A masked password is the one the service holds.
+        if (given.contains("DDNSSetting") && given["DDNSSetting"].is_object() &&
+            given["DDNSSetting"].contains("Password")) {
+            Json& password = given["DDNSSetting"]["Password"];
+            password = app::SecretOf(password, tables_.ddns.Password, true, "DDNSSetting.Password");
+        }
         for (const std::string& name : names())
-            if (doc.contains(name) && !app::SameValue(doc.at(name), loaded.at(name)))
+            if (given.contains(name) && !app::SameValue(given.at(name), loaded.at(name)))
                 stage.warn("section " + name + " cannot be applied by this version; ignored");
     }
     void saves(app::Stage&, std::vector<app::PendingSave>&) override {}

@@ -178,7 +178,8 @@ void toRecordForm(Json& o, const ChannelRecord& loaded, const std::string& where
         Json& v = o[key];
         const std::string at = where + "." + key;
         if (v.is_array())
-            for (size_t i = 0; i < v.size(); ++i) v[i] = app::TableIndex(*table, v[i], at + "[" + std::to_string(i) + "]");
+            for (size_t i = 0; i < v.size(); ++i)
+                v[i] = app::TableIndex(*table, v[i], at + "[" + std::to_string(i) + "]");
         else
             v = app::TableIndex(*table, v, at);
     }
@@ -517,7 +518,8 @@ std::vector<std::string> ChannelDocument::plan() const {
         std::string what;
         const auto add = [&what](const std::string& s) { what += (what.empty() ? "" : "; ") + s; };
         for (const PresetRecord& p : before)
-            if (p.ID >= 0 && find(list, p.ID) == list.end()) add("removes " + std::to_string(p.ID) + " \"" + p.Name + "\"");
+            if (p.ID >= 0 && find(list, p.ID) == list.end())
+                add("removes " + std::to_string(p.ID) + " \"" + p.Name + "\"");
         for (const PresetRecord& p : list) {
             if (p.ID < 0) continue;
             const auto old = find(before, p.ID);
@@ -527,7 +529,8 @@ std::vector<std::string> ChannelDocument::plan() const {
                 add("changes " + std::to_string(p.ID) + " \"" + p.Name + "\": " +
                     app::ChangedFields(presetJson(*old), presetJson(p)));
         }
-        out.push_back("changes the presets of channel " + std::to_string(ch) + ": " + what);
+        out.push_back("changes the presets of channel " + std::to_string(ch) + ": " +
+                      (what.empty() ? "their order" : what));
     }
     return out;
 }

@@ -2,6 +2,7 @@
 #include "cli/apply.h"
 
 #include <fstream>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -11,10 +12,19 @@
 
 namespace kv::cli {
 
-Json Dump(const Parts& parts) {
+Json Dump(const Parts& parts, const app::DumpForm& form) {
     Json doc = Json::object();
-    for (const auto& p : parts) p->dump(doc);
+    for (const auto& p : parts) p->dump(doc, form);
     return doc;
+}
+
+std::string MaskCommand(const std::string& command) {
+    // Escaped values hold no '"' and no '<': a match is always a field.
+    static const std::regex attribute(R"((\sPassword=")[^"]+")");
+    static const std::regex element(R"((<Password>)[^<]+(</Password>))");
+    const std::string mask(app::kMask);
+    const std::string once = std::regex_replace(command, attribute, "$1" + mask + "\"");
+    return std::regex_replace(once, element, "$1" + mask + "$2");
 }
 
 std::optional<Json> ReadDocument(const std::filesystem::path& file, std::string& error) {
@@ -67,7 +77,7 @@ bool stageAll(const Json& doc, app::Stage& stage, Parts& parts, std::ostream& er
 }  // namespace
 
 int Apply(const Json& doc, Parts& parts, link::ServiceLink& link, const base::Language& lang, std::ostream& out,
-          std::ostream& err, link::ObservedLink* echo) {
+          std::ostream& err, const ApplyOptions& options) {
     if (!doc.is_object()) {
         err << "not a document of kelvarra-ctl dump (expected a JSON object)\n";
         return kExitBadDocument;
@@ -90,27 +100,37 @@ int Apply(const Json& doc, Parts& parts, link::ServiceLink& link, const base::La
         out << "nothing to apply: the service already holds this document\n";
         return 0;
     }
-    int rc = 0;
-    for (const app::PendingSave& p : saves) {
-        std::string reply;
-        out << "sent: " << p.command << "\n";
-        const bool ok = p.send(reply);
-        out << "answer: " << reply << "\n";
-        if (!ok) {
-            err << p.section << ": the service refused the change: " << reply << "\n";
-            rc = kExitRefused;
-            break;
-        }
-        if (echo)
-            echo->onSend = [&out](const std::string& command, const std::string& answer, bool) {
-                out << "sent: " << command << "\n" << "answer: " << answer << "\n";
-            };
-        p.commit();
-        if (echo) echo->onSend = nullptr;
-    }
+    out << "plan:\n";
+    for (const auto& p : parts)
+        for (const std::string& line : p->plan()) out << "  " << line << "\n";
+    const auto shown = [&options](const std::string& text) { return options.secrets ? text : MaskCommand(text); };
     // As the shell's save of every area does: tell the service that settings were saved, and
     // take no notice of its answer.
     const std::string notice = app::CommandC(app::cmd::kSettingsSaved);
+    if (options.dryRun) {
+        for (const app::PendingSave& p : saves) out << "would send: " << shown(p.command) << "\n";
+        out << "would send: " << notice << "\n";
+        out << "dry run: nothing was sent\n";
+        return 0;
+    }
+    int rc = 0;
+    for (const app::PendingSave& p : saves) {
+        std::string reply;
+        out << "sent: " << shown(p.command) << "\n";
+        const bool ok = p.send(reply);
+        out << "answer: " << shown(reply) << "\n";
+        if (!ok) {
+            err << p.section << ": the service refused the change: " << shown(reply) << "\n";
+            rc = kExitRefused;
+            break;
+        }
+        if (options.echo)
+            options.echo->onSend = [&out, &shown](const std::string& command, const std::string& answer, bool) {
+                out << "sent: " << shown(command) << "\n" << "answer: " << shown(answer) << "\n";
+            };
+        p.commit();
+        if (options.echo) options.echo->onSend = nullptr;
+    }
     out << "sent: " << notice << "\n";
     out << "answer: " << link.SendCommand(0, true, notice) << "\n";
     return rc;

@@ -29,17 +29,28 @@ inline constexpr int kExitBadDocument = 2;
 inline constexpr int kExitRefused = 4;
 
 /// The configuration as one document: every part's sections, in the parts' order.
-Json Dump(const Parts& parts);
+Json Dump(const Parts& parts, const app::DumpForm& form = {});
+
+/// `command` as kelvarra-ctl prints it: the value of every `Password` attribute and element
+/// masked (an empty one stays empty).
+std::string MaskCommand(const std::string& command);
+
+struct ApplyOptions {
+    bool dryRun = false;   // print the plan and the commands; send no write
+    bool secrets = false;  // print the commands' passwords in clear
+    /// The link the session sends through: what the subjects send after a write was taken (the
+    /// lists a channel removal pruned) is printed as well.
+    link::ObservedLink* echo = nullptr;
+};
 
 /// Reads a document file; nothing and `error` set when it is missing or not a JSON object.
 std::optional<Json> ReadDocument(const std::filesystem::path& file, std::string& error);
 
-/// Applies `doc` to the service behind `link`. Prints what it sends and what the service answers
-/// on `out`, warnings and refusals on `err`. Returns 0 (applied, or nothing differs),
-/// kExitBadDocument, or kExitRefused (by the page rules, with nothing sent, or by the service).
-/// `echo`, when given, is the link the session sends through: what the subjects send after a
-/// write was taken (the lists a channel removal pruned) is printed as well.
+/// Applies `doc` to the service behind `link`. Prints the plan, then what it sends and what the
+/// service answers on `out`, warnings and refusals on `err`. Returns 0 (applied, or nothing
+/// differs), kExitBadDocument, or kExitRefused (by the page rules, with nothing sent, or by the
+/// service). A dry run prints the plan and the commands it would send, and sends no write.
 int Apply(const Json& doc, Parts& parts, link::ServiceLink& link, const base::Language& lang, std::ostream& out,
-          std::ostream& err, link::ObservedLink* echo = nullptr);
+          std::ostream& err, const ApplyOptions& options = {});
 
 }  // namespace kv::cli

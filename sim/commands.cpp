@@ -46,7 +46,7 @@ static constexpr auto kTable = std::to_array<CommandRow>({
     {12303, K::kWrite, 0, "24582", &S::write, u::fisheyeMode},
     {22546, K::kRead, 0, "", &S::previewCamera},
     {24578, K::kRead, 0, "24578", &S::channelStatus},
-    {24581, K::kWrite, kChannel, "24582", &S::write, u::commitChannel},
+    {24581, K::kWrite, kChannel, "24582", &S::writeChannel, u::commitChannel},  // settings wait for 40963
     {24582, K::kRead, 0, "24582", &S::channelDetail},
     {28677, K::kNotice, 0, "", &S::acknowledge},                 // exports run through the link's export call
     {32769, K::kWrite, kEventHandling, "32772", &S::write, u::wholeDocument, "MailList"},
@@ -120,7 +120,7 @@ static constexpr auto kTable = std::to_array<CommandRow>({
     {36871, K::kNotice, 0, "", &S::clearLog},
     {36872, K::kNotice, 0, "", &S::gotoPage},
     {40961, K::kRead, 0, "", &S::serviceStatus},
-    {40963, K::kNotice, 0, "", &S::acknowledge},
+    {40963, K::kNotice, 0, "", &S::applyChannels},
     {40964, K::kNotice, 0, "", &S::acknowledge},
     {40992, K::kNotice, 0, "40994", &S::startCapture},
     {40993, K::kNotice, 0, "", &S::stopCapture},

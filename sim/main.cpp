@@ -6,6 +6,7 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -23,7 +24,7 @@ namespace fs = std::filesystem;
 
 struct Options {
     std::string listen = "127.0.0.1";
-    int port = 9877;
+    int port = 0;  // only with --port; otherwise the stored command port
     std::string data;
     bool reset = false;
     std::string seed = "demo";
@@ -56,7 +57,9 @@ int main(int argc, char** argv) {
     Options o;
     CLI::App app{"kelvarra-sim: the reference Kelvarra 64 service, for demos and tests"};
     app.add_option("--listen", o.listen, "Address to listen on")->capture_default_str();
-    app.add_option("--port", o.port, "Command port; 0 takes a free one")->check(CLI::Range(0, 65535))->capture_default_str();
+    CLI::Option* portOption =
+        app.add_option("--port", o.port, "Command port instead of the stored one (9877 in a new store); 0: a free one")
+            ->check(CLI::Range(0, 65535));
     app.add_option("--data", o.data, "Data folder (default $XDG_DATA_HOME/kelvarra-sim)");
     app.add_flag("--reset", o.reset, "Start again from the seed configuration");
     app.add_option("--seed", o.seed, "Configuration of a new or reset store")
@@ -107,6 +110,17 @@ int main(int argc, char** argv) {
         traffic = std::move(log.value());
     }
 
+    // The service listens on the command port of its configuration, where a port saved from the
+    // client takes effect at the next start; --port overrides it for this run and says so.
+    const std::optional<uint16_t> storedPort = kv::sim::storedCommandPort(store);
+    uint16_t port = storedPort.value_or(kv::sim::kDefaultCommandPort);
+    if (portOption->count() > 0) {
+        if (storedPort && *storedPort != o.port)
+            std::cerr << "kelvarra-sim: --port " << o.port << " overrides the stored command port " << *storedPort
+                      << std::endl;
+        port = static_cast<uint16_t>(o.port);
+    }
+
     asio::io_context io;
     kv::sim::ServiceOptions so;
     so.dataDir = dataDir;
@@ -120,7 +134,7 @@ int main(int argc, char** argv) {
 
     kv::link::LinkServer::Options lo;
     lo.address = o.listen;
-    lo.port = static_cast<uint16_t>(o.port);
+    lo.port = port;
     lo.discoveryPort = static_cast<uint16_t>(o.discoveryPort);
     kv::link::LinkServer server(io, service, lo);
     // The signals are caught before the port is announced, so that a script may signal at once.
@@ -159,7 +173,7 @@ int main(int argc, char** argv) {
     }
 
     std::string error;
-    if (!server.start(&error)) return fail("cannot listen on " + o.listen + ":" + std::to_string(o.port) + ": " + error);
+    if (!server.start(&error)) return fail("cannot listen on " + o.listen + ":" + std::to_string(port) + ": " + error);
     service.setListenEndpoint(o.listen, server.port());
     service.logEvent(256, 257, kv::link::PeerInfo{0, o.listen, true, "", "kelvarra-sim"});  // service start
 

@@ -21,11 +21,13 @@ int exitCodeOf(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1
 }  // namespace
 
 SimProcess::SimProcess(const std::string& program, const std::filesystem::path& dataDir,
-                       const std::vector<std::string>& extra, const std::filesystem::path& out) {
+                       const std::vector<std::string>& extra, const std::filesystem::path& out, SimPort port,
+                       const std::filesystem::path& err) {
     portFile_ = dataDir.string() + ".port";
     std::error_code ec;
     std::filesystem::remove(portFile_, ec);
-    std::vector<std::string> args{program, "--port", "0", "--port-file", portFile_, "--data", dataDir.string()};
+    std::vector<std::string> args{program, "--port-file", portFile_, "--data", dataDir.string()};
+    if (port == SimPort::kFree) args.insert(args.begin() + 1, {"--port", "0"});
     args.insert(args.end(), extra.begin(), extra.end());
     std::vector<char*> argv;
     for (auto& a : args) argv.push_back(a.data());
@@ -33,6 +35,7 @@ SimProcess::SimProcess(const std::string& program, const std::filesystem::path& 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (!err.empty()) posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (::posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
     posix_spawn_file_actions_destroy(&actions);
     // The program writes the port once it listens; a program that ends first never will.

@@ -11,12 +11,17 @@
 
 namespace kv::sim {
 
+/// Which command port the program listens on: a free one (`--port 0`), or its stored one (no `--port`).
+enum class SimPort { kFree, kStored };
+
 class SimProcess {
 public:
-    /// Starts `program --port 0 --port-file ... --data dataDir` plus `extra`, its standard output
-    /// going to `out`; waits up to 10 s for the port it took. `ok()` tells whether it came up.
+    /// Starts `program --port 0 --port-file ... --data dataDir` plus `extra` (without `--port` for
+    /// `SimPort::kStored`), its standard output going to `out` and its standard error to `err` (empty:
+    /// inherited); waits up to 10 s for the port it took. `ok()` tells whether it came up.
     SimProcess(const std::string& program, const std::filesystem::path& dataDir,
-               const std::vector<std::string>& extra = {}, const std::filesystem::path& out = "/dev/null");
+               const std::vector<std::string>& extra = {}, const std::filesystem::path& out = "/dev/null",
+               SimPort port = SimPort::kFree, const std::filesystem::path& err = {});
     ~SimProcess();
     SimProcess(const SimProcess&) = delete;
     SimProcess& operator=(const SimProcess&) = delete;

@@ -50,9 +50,10 @@ std::string joined(const Entries& entries) {
 std::string detailBody(const Entries& e) { return wrap("CHList", joined(e)); }
 std::string statusBody(const Entries& e) { return wrap("ChannelStatus", wrap("CHList", joined(e))); }
 
-std::string statusEntry(int ch) {
-    return "<CH" + attr("ID", ch) + ">" + elem("Connected", 1) + elem("InRecord", 1) + elem("RecordMode", 1) +
-           elem("Bitrate", 1024) + elem("FPS", 15) + "</CH>";
+std::string statusEntry(int ch, bool connected) {
+    const int on = connected ? 1 : 0;
+    return "<CH" + attr("ID", ch) + ">" + elem("Connected", on) + elem("InRecord", on) + elem("RecordMode", 1) +
+           elem("Bitrate", 1024) + elem("FPS", connected ? 15 : 0) + "</CH>";
 }
 
 void setChild(pugi::xml_node parent, const char* name, const char* value) {
@@ -112,16 +113,24 @@ SimStore::Documents commitIn(pugi::xml_node p, const DocumentLookup& current) {
     };
     for (const auto& [other, entry] : detail)
         if (other != ch && sameCamera(entry)) return {};
+    // The service logs in to the camera with the written account: one that refuses it, or a device
+    // the service cannot drive, never becomes a channel. A camera that does not answer may (it is
+    // off line for now).
+    const int camera =
+        detectCamera(ip, port, p.child_value("UserName"), p.child_value("Password"), video).ret;
+    if (camera == -6 || camera == -3) return {};
     // The capability lists come from the camera the channel had, from the camera at the new
     // address, or from the channel's former camera when the service knows none there.
     std::optional<std::string> base;
-    if (detail.count(ch) && sameCamera(detail[ch])) base = detail[ch];
+    const bool sameAsBefore = detail.count(ch) && sameCamera(detail[ch]);
+    if (sameAsBefore) base = detail[ch];
     if (!base) base = cameraEntry(ch, p.child_value("Name"), ip, port, video, p.child_value("UserName"),
                                   p.child_value("Password"));
     if (!base && detail.count(ch)) base = detail[ch];
     if (!base) base = "<CH" + attr("ID", ch) + "><IP></IP></CH>";
     detail[ch] = overlay(*base, p);
-    if (!status.count(ch)) status[ch] = statusEntry(ch);
+    // A new camera is on line when it answered.
+    if (!status.count(ch) || !sameAsBefore) status[ch] = statusEntry(ch, camera == 0);
     return {{kDetailKey, detailBody(detail)}, {kStatusKey, statusBody(status)}};
 }
 

@@ -111,48 +111,124 @@ const CameraModel kQuadFisheye{20, "Panorama Labs", "PL-360Q", 1, 0, 0, 0, 0,
      {"h264", 1, 10, 1, {{"2048x1536", 1, 4, 3, 8}, {"1024x768", 0, 5, 2, 8}}}},
     "h264", "2048x1536", 4, -1, 1, 6, 20, "", "", 0, 0, true, true, true, "quad", "1O,1P,2P,quad", &kPanoramaLens};
 
+// A device on the network: it answers at its address and HTTP port, and only to its own account.
+struct Camera {
+    std::string ip;
+    int httpPort;
+    const CameraModel* model;
+    std::string user;
+    std::string password;
+    std::string deviceName;
+    std::string mac;
+    bool listed = true;  // found by a search
+};
+
+// A device of a maker the service has no driver for: it answers, but cannot be a channel.
+const CameraModel kDoorStation{0, "Ostrander", "OS-7 door station", 1, 0, 0, 0, 0, "", "", {}, "", "",
+    0, -1, -1, 0, -1, "", "", 0, 0, false, false, false, "", "", nullptr};
+
+bool supported(const CameraModel& m) { return m.brand > 0; }
+
+// The demo's channels; model, account and hardware address come from the camera at the address.
 struct ChannelSpec {
     int ch;
     const char* name;
-    const CameraModel* model;
     const char* ip;
     int httpPort;
     int videoNumber;
-    const char* user;
-    const char* password;
     int connected;
-    const char* mac = nullptr;  // the demo numbers its cameras' addresses unless one is given
 };
 
 const std::vector<ChannelSpec>& channelSpecs() {
     static const std::vector<ChannelSpec> channels{
-        {1, "Entrance", &kBullet, "192.168.10.101", 80, 1, "admin", "cam-1234", 1},
-        {2, "Lobby", &kBullet, "192.168.10.102", 80, 1, "admin", "cam-1234", 1},
-        {3, "Parking North", &kSpeedDome, "192.168.10.103", 80, 1, "root", "ptz&pass", 1},
-        {4, "Warehouse", &kBox, "192.168.10.104", 80, 1, "admin", "bf-4040", 1},
-        {5, "Loading Bay", &kBox, "192.168.10.105", 80, 1, "admin", "bf-4040", 1},
-        {6, "Door <A> & \"B\"", &kDome, "192.168.10.106", 80, 1, "service", "hx<d1>", 1},
-        {7, "Corridor 1F", &kDome, "192.168.10.107", 80, 1, "service", "hx<d1>", 1},
-        {8, "Roof PTZ", &kSpeedDome, "192.168.10.108", 80, 1, "root", "ptz&pass", 1},
-        {9, "Till 1", &kCube, "192.168.10.109", 80, 1, "admin", "", 1},
-        {10, "Till 2", &kCube, "192.168.10.110", 80, 1, "admin", "", 0},
-        {11, "Bar", &kBullet, "192.168.10.111", 80, 1, "admin", "cam-1234", 1},
-        {12, "Atrium Fisheye", &kFisheye, "192.168.10.112", 8080, 1, "admin", "pl360", 1},
-        {13, "Encoder In 1", &kEncoder, "192.168.10.120", 80, 1, "admin", "enc", 1},
-        {14, "Encoder In 2", &kEncoder, "192.168.10.120", 80, 2, "admin", "enc", 1},
-        {15, "Encoder In 3", &kEncoder, "192.168.10.120", 80, 3, "admin", "enc", 1},
-        {16, "Encoder In 4", &kEncoder, "192.168.10.120", 80, 4, "admin", "enc", 0},
+        {1, "Entrance", "192.168.10.101", 80, 1, 1},
+        {2, "Lobby", "192.168.10.102", 80, 1, 1},
+        {3, "Parking North", "192.168.10.103", 80, 1, 1},
+        {4, "Warehouse", "192.168.10.104", 80, 1, 1},
+        {5, "Loading Bay", "192.168.10.105", 80, 1, 1},
+        {6, "Door <A> & \"B\"", "192.168.10.106", 80, 1, 1},
+        {7, "Corridor 1F", "192.168.10.107", 80, 1, 1},
+        {8, "Roof PTZ", "192.168.10.108", 80, 1, 1},
+        {9, "Till 1", "192.168.10.109", 80, 1, 1},
+        {10, "Till 2", "192.168.10.110", 80, 1, 0},
+        {11, "Bar", "192.168.10.111", 80, 1, 1},
+        {12, "Atrium Fisheye", "192.168.10.112", 8080, 1, 1},
+        {13, "Encoder In 1", "192.168.10.120", 80, 1, 1},
+        {14, "Encoder In 2", "192.168.10.120", 80, 2, 1},
+        {15, "Encoder In 3", "192.168.10.120", 80, 3, 1},
+        {16, "Encoder In 4", "192.168.10.120", 80, 4, 0},
     };
     return channels;
 }
 
-std::string macOf(const ChannelSpec& c) {
-    if (c.mac) return c.mac;
-    // The encoder's four channels are one device and share its address.
-    const int n = c.model == &kEncoder ? 0x20 : c.ch;
+// The full configuration's channels 17 to 64 repeat the single-input cameras of channels 1 to 12.
+constexpr int kFullFirst = 17, kFullLast = 64, kSingleInputChannels = 12;
+
+std::string fullAddress(int ch) { return "192.168.11." + std::to_string(ch); }
+
+std::string hexMac(const char* prefix, int n) {
     char buf[32];
-    std::snprintf(buf, sizeof buf, "00-1C-5A-10-00-%02X", n);
+    std::snprintf(buf, sizeof buf, "%s%02X", prefix, n);
     return buf;
+}
+
+// Every device on the network: the demo's cameras, free cameras (some of them refuse every account
+// a demo knows, one cannot be driven) and the cameras of the full configuration.
+const std::vector<Camera>& cameras() {
+    static const std::vector<Camera> all = [] {
+        std::vector<Camera> out{
+            {"192.168.10.101", 80, &kBullet, "admin", "cam-1234", "Entrance", hexMac("00-1C-5A-10-00-", 1)},
+            {"192.168.10.101", 8080, &kBullet, "admin", "second-svc", "Entrance (second service)",
+             hexMac("00-1C-5A-10-00-", 1)},
+            {"192.168.10.102", 80, &kBullet, "admin", "cam-1234", "Lobby", hexMac("00-1C-5A-10-00-", 2), false},
+            {"192.168.10.103", 80, &kSpeedDome, "root", "ptz&pass", "Parking North", hexMac("00-1C-5A-10-00-", 3)},
+            {"192.168.10.104", 80, &kBox, "admin", "bf-4040", "Warehouse", hexMac("00-1C-5A-10-00-", 4), false},
+            {"192.168.10.105", 80, &kBox, "admin", "bf-4040", "Loading Bay", hexMac("00-1C-5A-10-00-", 5), false},
+            {"192.168.10.106", 80, &kDome, "service", "hx<d1>", "Door", hexMac("00-1C-5A-10-00-", 6), false},
+            {"192.168.10.107", 80, &kDome, "service", "hx<d1>", "Corridor", hexMac("00-1C-5A-10-00-", 7), false},
+            {"192.168.10.108", 80, &kSpeedDome, "root", "ptz&pass", "Roof", hexMac("00-1C-5A-10-00-", 8), false},
+            {"192.168.10.109", 80, &kCube, "admin", "", "Till 1", hexMac("00-1C-5A-10-00-", 9), false},
+            {"192.168.10.110", 80, &kCube, "admin", "", "Till 2", hexMac("00-1C-5A-10-00-", 10), false},
+            {"192.168.10.111", 80, &kBullet, "admin", "cam-1234", "Bar", hexMac("00-1C-5A-10-00-", 11), false},
+            {"192.168.10.112", 8080, &kFisheye, "admin", "pl360", "Atrium", hexMac("00-1C-5A-10-00-", 12), false},
+            // The encoder's four inputs are one device with one address.
+            {"192.168.10.120", 80, &kEncoder, "admin", "enc", "Encoder In 1", hexMac("00-1C-5A-10-00-", 0x20)},
+            // Free cameras, each on its own port with its own account.
+            {"192.168.20.21", 80, &kBullet, "admin", "cv-2100", "Bullet 21", hexMac("00-1C-5A-20-00-", 0x21)},
+            {"192.168.20.22", 80, &kBox, "admin", "pw", "Box 22", hexMac("00-1C-5A-20-00-", 0x22)},
+            {"192.168.20.23", 8081, &kDome, "service", "hx-d1", "Dome 23", hexMac("00-1C-5A-20-00-", 0x23)},
+            {"192.168.20.24", 8080, &kFisheye, "admin", "pl360", "Panorama 24", hexMac("00-1C-5A-20-00-", 0x24)},
+            {"192.168.20.25", 80, &kSpeedDome, "root", "nl-ptz30", "Speed dome 25", hexMac("00-1C-5A-20-00-", 0x25)},
+            {"192.168.20.26", 8000, &kEncoder, "admin", "qn-8e", "Encoder 26", hexMac("00-1C-5A-20-00-", 0x26)},
+            {"192.168.20.27", 8888, &kCube, "admin", "", "Cube 27", hexMac("00-1C-5A-20-00-", 0x27)},
+            {"192.168.20.28", 8090, &kQuadFisheye, "admin", "pl-quad", "Fisheye 28", hexMac("00-1C-5A-20-00-", 0x28)},
+            {"192.168.20.90", 80, &kBullet, "installer", "k3y-90", "Bullet 90", hexMac("00-1C-5A-20-00-", 0x90)},
+            {"192.168.20.92", 80, &kDoorStation, "admin", "admin", "Door station 92", hexMac("00-1C-5A-20-00-", 0x92)},
+        };
+        const size_t demo = out.size();
+        for (int ch = kFullFirst; ch <= kFullLast; ++ch) {
+            const ChannelSpec& like = channelSpecs()[static_cast<size_t>((ch - kFullFirst) % kSingleInputChannels)];
+            for (size_t i = 0; i < demo; ++i) {
+                if (out[i].ip != like.ip || out[i].httpPort != like.httpPort) continue;
+                Camera c = out[i];
+                c.ip = fullAddress(ch);
+                c.deviceName = "Camera " + std::to_string(ch);
+                c.mac = hexMac("00-1C-5A-11-00-", ch);
+                c.listed = false;  // a search on the demo stays short
+                out.push_back(c);
+                break;
+            }
+        }
+        return out;
+    }();
+    return all;
+}
+
+// The device answering at that address and port, if any.
+const Camera* cameraAt(std::string_view ip, int httpPort) {
+    for (const Camera& c : cameras())
+        if (c.ip == ip && c.httpPort == httpPort) return &c;
+    return nullptr;
 }
 
 std::string modeList(const char* tag, const char* commaList) {
@@ -224,58 +300,28 @@ std::string ptzBody(const CameraModel& m) {
     return wrap("PTZ", ptz);
 }
 
-std::string channelDetail(const ChannelSpec& c) {
-    const CameraModel& m = *c.model;
+std::string channelDetail(int ch, std::string_view name, const Camera& cam, int videoNumber, std::string_view user,
+                          std::string_view password) {
+    const CameraModel& m = *cam.model;
     // IP comes first: on a reload with an unchanged address the client restores its saved
     // record at IP and lays the later elements over it.
-    std::string out = "<CH" + attr("ID", c.ch) + ">";
-    out += elem("IP", c.ip) + elem("Name", c.name) + elem("HTTPPort", c.httpPort) + elem("StartConfig", 0);
-    out += systemBody(m, c.user, c.password, macOf(c), c.videoNumber);
+    std::string out = "<CH" + attr("ID", ch) + ">";
+    out += elem("IP", cam.ip) + elem("Name", name) + elem("HTTPPort", cam.httpPort) + elem("StartConfig", 0);
+    out += systemBody(m, user, password, cam.mac, videoNumber);
     out += wrap("Video", videoSettings(m) + elem("SupportFMT", m.supportFMT) + elem("FMTList", m.fmtList) +
                              videoCapabilities(m));
     out += audioBody(m) + ptzBody(m);
     return out + "</CH>";
 }
 
-// A camera on the network that is no channel of the demo: found by a search, read by a detection.
-struct NetworkCamera {
-    const char* ip;
-    int httpPort;
-    const CameraModel* model;
-    const char* deviceName;
-};
-
-const std::vector<NetworkCamera>& networkCameras() {
-    static const std::vector<NetworkCamera> cameras{
-        {"192.168.20.21", 80, &kBullet, "Bullet 21"},       {"192.168.20.22", 80, &kBox, "Box 22"},
-        {"192.168.20.23", 80, &kDome, "Dome 23"},           {"192.168.20.24", 80, &kFisheye, "Panorama 24"},
-        {"192.168.20.25", 80, &kSpeedDome, "Speed dome 25"}, {"192.168.20.26", 80, &kEncoder, "Encoder 26"},
-        {"192.168.20.27", 80, &kCube, "Cube 27"},           {"192.168.20.28", 80, &kQuadFisheye, "Fisheye 28"},
-    };
-    return cameras;
+// A demo channel as stored: its camera's model and account.
+std::string channelDetail(int ch, std::string_view name, const Camera& cam, int videoNumber) {
+    return channelDetail(ch, name, cam, videoNumber, cam.user, cam.password);
 }
 
-std::string networkMac(size_t i) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "00-1C-5A-20-00-%02X", static_cast<unsigned>(0x21 + i));
-    return buf;
-}
-
-// The model of the camera at an address, and its MAC address: the network's cameras, then the demo's.
-const CameraModel* modelAt(std::string_view ip, std::string* mac) {
-    for (size_t i = 0; i < networkCameras().size(); ++i) {
-        if (ip == networkCameras()[i].ip) {
-            if (mac) *mac = networkMac(i);
-            return networkCameras()[i].model;
-        }
-    }
-    for (const ChannelSpec& c : channelSpecs()) {
-        if (ip == c.ip) {
-            if (mac) *mac = macOf(c);
-            return c.model;
-        }
-    }
-    return nullptr;
+std::string statusEntry(int ch, int connected) {
+    return "<CH" + attr("ID", ch) + ">" + elem("Connected", connected) + elem("InRecord", connected) +
+           elem("RecordMode", 1) + elem("Bitrate", 1024) + elem("FPS", connected ? 15 : 0) + "</CH>";
 }
 
 // A camera that can send two streams has a format item of three parts ("h264-jpeg-dual").
@@ -325,7 +371,8 @@ const std::vector<DemoChannel>& demoChannels() {
     static const std::vector<DemoChannel> channels = [] {
         std::vector<DemoChannel> out;
         for (const ChannelSpec& c : channelSpecs()) {
-            out.push_back({c.ch, c.name, c.model->numberDI, c.model->numberDO, c.model->motionDetect, c.model->ptz});
+            const CameraModel& m = *cameraAt(c.ip, c.httpPort)->model;
+            out.push_back({c.ch, c.name, m.numberDI, m.numberDO, m.motionDetect, m.ptz});
         }
         return out;
     }();
@@ -343,31 +390,16 @@ void replaceDocument(Documents& docs, const std::string& key, std::string body) 
 }
 
 void replaceWithFullChannels(Documents& docs) {
-    // Channels 17 to 64 repeat the demo's cameras at their own addresses and names.
-    static const std::vector<std::string> names = [] {
-        std::vector<std::string> out;
-        for (int ch = 17; ch <= 64; ++ch) out.push_back("Camera " + std::to_string(ch));
-        return out;
-    }();
-    static const std::vector<std::string> addresses = [] {
-        std::vector<std::string> out;
-        for (int ch = 17; ch <= 64; ++ch) out.push_back("192.168.11." + std::to_string(ch));
-        return out;
-    }();
-    std::vector<ChannelSpec> all = channelSpecs();
-    for (int ch = 17; ch <= 64; ++ch) {
-        ChannelSpec c = channelSpecs()[static_cast<size_t>((ch - 17) % 12)];  // the single-input cameras
-        c.ch = ch;
-        c.name = names[static_cast<size_t>(ch - 17)].c_str();
-        c.ip = addresses[static_cast<size_t>(ch - 17)].c_str();
-        c.videoNumber = 1;
-        all.push_back(c);
-    }
     std::string detail, status;
-    for (const ChannelSpec& c : all) {
-        detail += channelDetail(c);
-        status += "<CH" + attr("ID", c.ch) + ">" + elem("Connected", c.connected) + elem("InRecord", c.connected) +
-                  elem("RecordMode", 1) + elem("Bitrate", 1024) + elem("FPS", c.connected ? 15 : 0) + "</CH>";
+    for (const ChannelSpec& c : channelSpecs()) {
+        detail += channelDetail(c.ch, c.name, *cameraAt(c.ip, c.httpPort), c.videoNumber);
+        status += statusEntry(c.ch, c.connected);
+    }
+    // Channels 17 to 64 repeat the single-input cameras at their own addresses and names.
+    for (int ch = kFullFirst; ch <= kFullLast; ++ch) {
+        const ChannelSpec& like = channelSpecs()[static_cast<size_t>((ch - kFullFirst) % kSingleInputChannels)];
+        detail += channelDetail(ch, "Camera " + std::to_string(ch), *cameraAt(fullAddress(ch), like.httpPort), 1);
+        status += statusEntry(ch, like.connected);
     }
     replaceDocument(docs, "24582", wrap("CHList", detail));
     replaceDocument(docs, "24578", wrap("ChannelStatus", wrap("CHList", status)));
@@ -378,10 +410,8 @@ void addChannelDocuments(Documents& docs, bool demo) {
     std::string status;
     if (demo) {
         for (const ChannelSpec& c : channelSpecs()) {
-            detail += channelDetail(c);
-            status += "<CH" + attr("ID", c.ch) + ">" + elem("Connected", c.connected) +
-                      elem("InRecord", c.connected) + elem("RecordMode", 1) + elem("Bitrate", 1024) +
-                      elem("FPS", c.connected ? 15 : 0) + "</CH>";
+            detail += channelDetail(c.ch, c.name, *cameraAt(c.ip, c.httpPort), c.videoNumber);
+            status += statusEntry(c.ch, c.connected);
         }
     }
     docs.emplace_back("24582", wrap("CHList", detail));
@@ -395,46 +425,34 @@ void addChannelDocuments(Documents& docs, bool demo) {
     }
 }
 
-
-Detection detectCamera(std::string_view ip, std::string_view user, std::string_view password, int videoNumber) {
-    if (ip == kWrongPasswordCamera) return {-6, ""};
-    if (ip == kTimeOutCamera) return {-5, ""};
-    if (ip == kUnsupportedCamera) return {-3, ""};
-    std::string mac;
-    const CameraModel* m = modelAt(ip, &mac);
-    if (!m) return {-5, ""};  // nothing answers at that address
-    return {0, detectionBody(*m, user, password, mac, std::clamp(videoNumber, 1, m->numberVideo))};
+Detection detectCamera(std::string_view ip, int httpPort, std::string_view user, std::string_view password,
+                       int videoNumber) {
+    const Camera* cam = cameraAt(ip, httpPort);
+    if (!cam) return {-5, ""};  // nothing answers at that address and port
+    // The service tells what the device is before it logs in to it.
+    if (!supported(*cam->model)) return {-3, ""};
+    if (user != cam->user || password != cam->password) return {-6, ""};
+    const CameraModel& m = *cam->model;
+    return {0, detectionBody(m, user, password, cam->mac, std::clamp(videoNumber, 1, m.numberVideo))};
 }
 
 std::optional<std::string> cameraEntry(int ch, std::string_view name, std::string_view ip, int httpPort,
                                        int videoNumber, std::string_view user, std::string_view password) {
-    std::string mac;
-    const CameraModel* m = modelAt(ip, &mac);
-    if (!m) return std::nullopt;
-    const std::string n(name), i(ip), u(user), p(password);
-    return channelDetail({ch, n.c_str(), m, i.c_str(), httpPort, videoNumber, u.c_str(), p.c_str(), 1, mac.c_str()});
+    const Camera* cam = cameraAt(ip, httpPort);
+    if (!cam || !supported(*cam->model)) return std::nullopt;
+    return channelDetail(ch, name, *cam, videoNumber, user, password);
 }
 
 std::string searchReplyBody() {
-    const auto device = [](std::string_view ip, int port, const CameraModel& m, std::string_view name,
-                           const std::string& mac) {
-        return wrap("Device", elem("IP", ip) + elem("NetMask", "255.255.255.0") + elem("HTTPPort", port) +
+    std::string out;
+    for (const Camera& c : cameras()) {
+        if (!c.listed) continue;
+        const CameraModel& m = *c.model;
+        out += wrap("Device", elem("IP", c.ip) + elem("NetMask", "255.255.255.0") + elem("HTTPPort", c.httpPort) +
                                   elem("Manufacturer", m.manufacturer) + elem("Model", m.model) +
                                   elem("DeviceType", m.numberVideo > 1 ? "Video server" : "IP camera") +
-                                  elem("DeviceName", name) + elem("MACAddress", mac));
-    };
-    std::string out;
-    for (size_t i = 0; i < networkCameras().size(); ++i) {
-        const NetworkCamera& c = networkCameras()[i];
-        out += device(c.ip, c.httpPort, *c.model, c.deviceName, networkMac(i));
+                                  elem("DeviceName", c.deviceName) + elem("MACAddress", c.mac));
     }
-    // Cameras that are channels already, and one at a channel's address with another port.
-    for (int ch : {1, 3, 13}) {
-        const ChannelSpec& c = channelSpecs()[static_cast<size_t>(ch - 1)];
-        out += device(c.ip, c.httpPort, *c.model, c.name, macOf(c));
-    }
-    const ChannelSpec& entrance = channelSpecs()[0];
-    out += device(entrance.ip, 8080, *entrance.model, "Entrance (second service)", macOf(entrance));
     return out;
 }
 

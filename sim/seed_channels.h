@@ -13,22 +13,19 @@
 
 namespace kv::sim::seed {
 
-/// Addresses of the cameras that answer a detection with a failure.
-inline constexpr std::string_view kWrongPasswordCamera = "192.168.20.90";  // -6
-inline constexpr std::string_view kTimeOutCamera = "192.168.20.91";        // -5
-inline constexpr std::string_view kUnsupportedCamera = "192.168.20.92";    // -3
-
 /// The answer to a detection (8193): its return code and, when 0, the body.
 struct Detection {
     int ret = 0;
     std::string body;
 };
-/// Reads the camera at `ip`: the synthetic cameras of the network and the demo's cameras answer;
-/// the three addresses above fail as named; any other address does not answer (-5).
-Detection detectCamera(std::string_view ip, std::string_view user, std::string_view password, int videoNumber);
+/// Reads the camera at `ip`:`httpPort` with an account, as the service would over the network: 0 and
+/// the body when the camera takes the account, -6 when it refuses it, -3 for a device the service
+/// cannot drive, -5 when nothing answers at that address and port.
+Detection detectCamera(std::string_view ip, int httpPort, std::string_view user, std::string_view password,
+                       int videoNumber);
 
-/// The detail entry of channel `ch` for the camera at `ip` with the model's capabilities, when the
-/// service knows a camera there.
+/// The detail entry of channel `ch` for the camera at `ip`:`httpPort` with the model's capabilities,
+/// when a camera the service can drive answers there.
 std::optional<std::string> cameraEntry(int ch, std::string_view name, std::string_view ip, int httpPort,
                                        int videoNumber, std::string_view user, std::string_view password);
 

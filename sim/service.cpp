@@ -1,5 +1,6 @@
-// The reference service's handlers: reads from the store, writes into it, the computed answers
-// (status, port and DDNS checks, log queries, captures), accounts and admission. Which handler
+// The reference service's handlers: reads from the store, writes into it (channel settings held
+// until their session's 40963), the computed answers (status, port and DDNS checks, log queries,
+// captures), accounts and admission. Which handler
 // answers which id is the command table's (sim/commands.cpp).
 #include "sim/service.h"
 
@@ -10,7 +11,9 @@
 #include <sstream>
 #include <vector>
 
+#include "app/commands.h"
 #include "base/text.h"
+#include "sim/ddns.h"
 #include "sim/envelope.h"
 #include "sim/seed.h"
 #include "sim/seed_channels.h"
@@ -79,13 +82,20 @@ std::string storedText(const SimStore& store, const char* key, const char* eleme
 
 }  // namespace
 
+std::optional<uint16_t> storedCommandPort(const SimStore& store) {
+    const auto port = number(storedText(store, std::string(findCommand(4100)->key).c_str(), "Port"));
+    if (!port || *port < 1 || *port > 65535) return std::nullopt;
+    return static_cast<uint16_t>(*port);
+}
+
 void SimService::setListenEndpoint(std::string address, uint16_t port) {
     options_.address = std::move(address);
     options_.port = port;
-    // The command port of the server information is the one this service listens on; a port
-    // saved from the client takes effect at the next start, as with a real service.
-    const std::string key(findCommand(4100)->key);
-    if (const auto body = store_.get(key)) store_.put(key, withElement(*body, "Port", std::to_string(port)));
+    // The web server takes the stored HTTP port at the start; it cannot start on a port that is no
+    // port, nor on the command port.
+    const auto http = number(storedText(store_, std::string(findCommand(4100)->key).c_str(), "HTTPPort"));
+    const bool serves = http && *http >= 1 && *http <= 65535 && *http != port;
+    httpPort_ = serves ? static_cast<uint16_t>(*http) : 0;
 }
 
 std::optional<int32_t> SimService::admission(const link::PeerInfo& peer) {
@@ -144,6 +154,58 @@ std::string SimService::write(const Call& c) {
     return buildResponse(store_.putAll(docs) ? 0 : -1, c.cmd.id, c.cmd.userData, "");
 }
 
+std::optional<SimStore::Documents> SimService::channelDocuments(const std::vector<const std::string*>& bodies) {
+    std::map<std::string, std::string> changed;
+    const DocumentLookup lookup = [&](const std::string& key) -> std::optional<std::string> {
+        if (const auto it = changed.find(key); it != changed.end()) return it->second;
+        return store_.get(key);
+    };
+    for (const std::string* body : bodies) {
+        SimStore::Documents docs = documentsFromWrite(app::cmd::kCommitChannel, *body, lookup);
+        if (docs.empty()) return std::nullopt;
+        for (auto& [key, doc] : docs) changed[key] = std::move(doc);
+    }
+    return SimStore::Documents(changed.begin(), changed.end());
+}
+
+std::string SimService::writeChannel(const Call& c) {
+    const int ch = static_cast<int>(number(c.cmd.param("CH")).value_or(0));
+    const pugi::xml_node param = c.cmd.doc.document_element().child("Param");
+    if (!param.child("IP")) {
+        // A removal takes effect at once (the client sends no 40963 after it), and overrides what
+        // the session wrote for that channel before.
+        std::erase_if(pendingChannels_,
+                      [&](const PendingChannel& p) { return p.sessionId == c.peer.sessionId && p.ch == ch; });
+        return write(c);
+    }
+    // The settings are checked now, over what the session wrote for its other channels, and take
+    // effect at its 40963; a second write of a channel replaces the first.
+    std::vector<const std::string*> bodies;
+    for (const PendingChannel& p : pendingChannels_)
+        if (p.sessionId == c.peer.sessionId && p.ch != ch) bodies.push_back(&p.body);
+    bodies.push_back(&c.cmd.paramBody);
+    if (!channelDocuments(bodies)) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    std::erase_if(pendingChannels_,
+                  [&](const PendingChannel& p) { return p.sessionId == c.peer.sessionId && p.ch == ch; });
+    pendingChannels_.push_back({c.peer.sessionId, ch, c.cmd.paramBody});
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "");
+}
+
+std::string SimService::applyChannels(const Call& c) {
+    std::vector<const std::string*> bodies;
+    for (const PendingChannel& p : pendingChannels_)
+        if (p.sessionId == c.peer.sessionId) bodies.push_back(&p.body);
+    if (bodies.empty()) return buildResponse(0, c.cmd.id, c.cmd.userData, "");
+    // Another session may have taken a camera since: then nothing takes effect, and the settings
+    // stay held, so that the session may write them again or send 40963 once more.
+    std::optional<SimStore::Documents> docs = channelDocuments(bodies);
+    if (!docs) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    docs->emplace_back(kSysLogKey, sysLogWith(512, findCommand(app::cmd::kCommitChannel)->logSubCode, c.peer));
+    if (!store_.putAll(*docs)) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    std::erase_if(pendingChannels_, [&](const PendingChannel& p) { return p.sessionId == c.peer.sessionId; });
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "");
+}
+
 std::string SimService::writeAdded(const Call& c) {
     const std::string answer = write(c);
     if (answer.find("RET=\"0\"") == std::string::npos) return answer;
@@ -173,7 +235,8 @@ std::string SimService::userGroup(const Call& c) {
 }
 
 std::string SimService::serviceStatus(const Call& c) {
-    const std::string body = "<CPUUsage>" + std::to_string(cpu_.usage()) + "</CPUUsage><HTTP>1</HTTP>";
+    const std::string body = "<CPUUsage>" + std::to_string(cpu_.usage()) + "</CPUUsage><HTTP>" +
+                             (httpPort_ ? "1" : "0") + "</HTTP>";
     return buildResponse(0, c.cmd.id, c.cmd.userData, body);
 }
 
@@ -181,26 +244,41 @@ std::string SimService::portCheck(const Call& c) {
     std::string type = base::Trim(c.cmd.param("Type"));
     std::string portText = base::Trim(c.cmd.param("Port"));
     auto port = number(portText);
-    bool valid = port && *port >= 1 && *port <= 65535;
-    bool available = valid && portAvailable(static_cast<uint16_t>(*port));
+    bool valid = port && *port >= 1 && *port <= 65535 && (type == "1" || type == "2");
+    // Type 1 asks about the command port, 2 about the HTTP port. The ports the service holds are
+    // free for the use they have and taken for the other; any other port is tried.
+    const uint16_t own = type == "2" ? httpPort_ : options_.port;
+    const uint16_t other = type == "2" ? options_.port : httpPort_;
+    bool available = valid && (*port == own || (*port != other && portAvailable(static_cast<uint16_t>(*port))));
     std::string body = "<Type>" + xmlEscape(type) + "</Type><Port>" + xmlEscape(portText) + "</Port><Available>" +
                        (available ? "1" : "0") + "</Available>";
     return buildResponse(valid ? 0 : -1, c.cmd.id, c.cmd.userData, body);
 }
 
 std::string SimService::ddnsCheck(const Call& c) {
-    // Nothing is registered anywhere: an empty domain is the one refusal (-2), a name that
-    // cannot be a host on the internet (no dot) is a server that cannot be reached (-3), and
-    // every other name registers (1).
-    std::string domain = base::Trim(c.cmd.param("DomainName"));
-    int32_t status = domain.empty() ? -2 : domain.find('.') == std::string::npos ? -3 : 1;
+    // The provider is asked with the settings of the request, which may not be saved yet.
+    const int server = static_cast<int>(number(c.cmd.param("Server")).value_or(0));
+    const int32_t status = ddnsRegister(server, c.cmd.param("DomainName"), c.cmd.param("UserName"),
+                                        c.cmd.param("Password"));
     return buildResponse(0, c.cmd.id, c.cmd.userData, "<Status>" + std::to_string(status) + "</Status>");
 }
 
 std::string SimService::ddnsStatus(const Call& c) {
-    // Registered (1) while the stored DDNS setting is on, else disabled (-1).
-    bool on = base::Trim(storedText(store_, std::string(c.row.key).c_str(), "Enable")) == "1";
-    return buildResponse(0, c.cmd.id, c.cmd.userData, std::string("<Status>") + (on ? "1" : "-1") + "</Status>");
+    // Disabled (-1) while the stored setting is off; else what the provider answers the stored
+    // name and account.
+    int32_t status = -1;
+    pugi::xml_document doc;
+    const auto body = store_.get(std::string(c.row.key));
+    if (body && loadFragment(doc, *body)) {
+        const auto text = [&](const char* name) {
+            return std::string(doc.select_node((std::string(".//") + name).c_str()).node().child_value());
+        };
+        if (base::Trim(text("Enable")) == "1") {
+            const int server = static_cast<int>(number(text("Server")).value_or(0));
+            status = ddnsRegister(server, text("DomainName"), text("UserName"), text("Password"));
+        }
+    }
+    return buildResponse(0, c.cmd.id, c.cmd.userData, "<Status>" + std::to_string(status) + "</Status>");
 }
 
 std::string SimService::startCapture(const Call& c) {

@@ -21,6 +21,13 @@
 
 namespace kv::sim {
 
+/// The command port a start without `--port` listens on when the store holds none.
+inline constexpr uint16_t kDefaultCommandPort = 9877;
+
+/// The command port of the stored server information; nothing when none is stored or it is not
+/// 1..65535.
+std::optional<uint16_t> storedCommandPort(const SimStore& store);
+
 /// The notice that tells every client the service is about to restart.
 inline constexpr const char* kRebootNotice = "<NOTIFY><Reboot>1</Reboot></NOTIFY>";
 
@@ -43,6 +50,8 @@ public:
     SimService(asio::io_context& io, SimStore& store, ServiceOptions options, TrafficLog* traffic = nullptr);
     ~SimService() override;
 
+    /// The service listens on `port` and serves the stored HTTP port: both are taken at the start, so
+    /// ports saved later take effect at the next start.
     void setListenEndpoint(std::string address, uint16_t port);
     /// Adds a row to the system log (code and sub-code of the log's table) made by `peer`.
     void logEvent(int32_t code, int32_t subCode, const link::PeerInfo& peer);
@@ -75,6 +84,12 @@ private:
         size_t pageSize = 0;
     };
     struct Export;
+    /// A channel written (24581 with its settings) and not yet applied by its session's 40963.
+    struct PendingChannel {
+        uint64_t sessionId = 0;
+        int ch = 0;
+        std::string body;
+    };
 
     friend struct CommandRows;  // the command table names the handlers below
 
@@ -83,6 +98,10 @@ private:
     /// A read of one document the request names (a POS profile): RET -1 when there is none.
     std::string readExisting(const Call& call);
     std::string write(const Call& call);
+    /// 24581: a removal takes effect at once; a channel's settings wait for the session's 40963.
+    std::string writeChannel(const Call& call);
+    /// 40963: the session's channel writes take effect, all or none.
+    std::string applyChannels(const Call& call);
     /// A write that adds an entry to a list: answers the entry's new `ID`.
     std::string writeAdded(const Call& call);
     std::string acknowledge(const Call& call);
@@ -120,6 +139,9 @@ private:
     /// The system log document with one row more (or with that row alone when not `keepOld`).
     std::string sysLogWith(int32_t code, int32_t subCode, const link::PeerInfo& peer, bool keepOld = true);
     void exportTick(int32_t id);
+    /// The documents the channel writes make, applied one after the other over the store; nothing
+    /// when one of them is refused.
+    std::optional<SimStore::Documents> channelDocuments(const std::vector<const std::string*>& bodies);
 
     asio::io_context& io_;
     SimStore& store_;
@@ -132,6 +154,8 @@ private:
     std::set<int32_t> captures_;  // started and not yet stopped
     std::map<int32_t, std::unique_ptr<Export>> exports_;
     int32_t nextExportId_ = 1;
+    std::vector<PendingChannel> pendingChannels_;  // in the order written
+    uint16_t httpPort_ = 0;  // the HTTP port served, taken at the start; 0: the web server could not start
 };
 
 }  // namespace kv::sim

@@ -21,8 +21,8 @@ int channelOf(const Command& c) { return seed::toInt(c.param("CH")); }
 std::string SimService::detectDevice(const Call& call) {
     const Command& c = call.cmd;
     // The detection's reader takes its code from a third attribute.
-    const seed::Detection d = seed::detectCamera(c.param("IP"), c.param("UserName"), c.param("Password"),
-                                                 seed::toInt(c.param("VideoNumber")));
+    const seed::Detection d = seed::detectCamera(c.param("IP"), seed::toInt(c.param("HTTPPort")), c.param("UserName"),
+                                                 c.param("Password"), seed::toInt(c.param("VideoNumber")));
     return buildResponse(d.ret, c.id, c.userData, d.body, true);
 }
 
@@ -80,8 +80,8 @@ std::string SimService::previewCamera(const Call& call) {
     // The service opens the camera the settings name: one that does not answer, or refuses the
     // account, gives the detection's code.
     const Command& c = call.cmd;
-    const seed::Detection d = seed::detectCamera(c.param("IP"), c.param("UserName"), c.param("Password"),
-                                                 seed::toInt(c.param("VideoNumber")));
+    const seed::Detection d = seed::detectCamera(c.param("IP"), seed::toInt(c.param("HTTPPort")), c.param("UserName"),
+                                                 c.param("Password"), seed::toInt(c.param("VideoNumber")));
     return buildResponse(d.ret, c.id, c.userData, "");
 }
 

@@ -51,7 +51,9 @@ struct SimService::Export {
 
 // Here, where an export is a complete type.
 SimService::SimService(asio::io_context& io, SimStore& store, ServiceOptions options, TrafficLog* traffic)
-    : io_(io), store_(store), options_(std::move(options)), traffic_(traffic) {}
+    : io_(io), store_(store), options_(std::move(options)), traffic_(traffic) {
+    setListenEndpoint(options_.address, options_.port);
+}
 
 SimService::~SimService() = default;
 
@@ -138,6 +140,8 @@ void SimService::sessionClosed(const link::PeerInfo& peer) {
     // Queries and exports die with the session that made them: nobody is left to read them.
     std::erase_if(queries_, [&](const auto& q) { return q.second.sessionId == peer.sessionId; });
     std::erase_if(exports_, [&](const auto& e) { return e.second->sessionId == peer.sessionId; });
+    // Channel settings a session wrote and never applied go with it.
+    std::erase_if(pendingChannels_, [&](const PendingChannel& p) { return p.sessionId == peer.sessionId; });
     if (!peer.user.empty()) logEvent(1792, 1794, peer);  // logout
 }
 

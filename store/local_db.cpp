@@ -2,13 +2,52 @@
 #include "store/local_db.h"
 
 #include <array>
+#include <cctype>
 #include <fstream>
+#include <set>
 
 #include "store/sqlite.h"
 
 namespace kv::store {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// Older versions made the files 0644; they hold saved server passwords.
+void makePrivate(const fs::path& file) {
+    std::error_code ec;
+    const fs::perms p = fs::status(file, ec).permissions();
+    if (ec || (p & (fs::perms::group_all | fs::perms::others_all)) == fs::perms::none) return;
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::replace, ec);
+}
+
+std::string lower(std::string s) {
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+/// A column this build reads, and what stands in its place when an older file lacks it.
+struct Wanted {
+    const char* name;
+    const char* absent;
+};
+
+// The select list over the columns `table` has; a missing one reads as its `absent` value, so a
+// file of an older schema still reads (and can then be converted).
+std::string selectList(Db& db, const std::string& table, std::initializer_list<Wanted> wanted) {
+    std::set<std::string> present;
+    Stmt q(db, "PRAGMA table_info(" + table + ")");
+    while (q.step()) present.insert(lower(q.getText(1)));
+    std::string list;
+    for (const Wanted& w : wanted) {
+        if (!list.empty()) list += ", ";
+        list += present.count(lower(w.name)) ? std::string(w.name) : std::string(w.absent);
+    }
+    return list;
+}
+
+}  // namespace
 
 int32_t Check_Mdb(const fs::path& folder, const std::string& name) {
     int32_t result = 0;
@@ -22,6 +61,8 @@ int32_t Check_Mdb(const fs::path& folder, const std::string& name) {
             if (!AtomicCopy(pristine, live)) return result;
             if (!AtomicCopy(pristine, convert)) return result;
         }
+        makePrivate(live);
+        makePrivate(convert);
         result = 1;
     } catch (...) {
     }
@@ -56,11 +97,14 @@ bool LocalDatabase::ensureOpen() {
 
 std::optional<SystemSettings> LocalDatabase::ReadSystemSettings() {
     if (!ensureOpen()) return std::nullopt;
-    Stmt q(impl_->db,
-           "SELECT sDBVer, bAutoLogin, bClientStartUp, iLanguage, ExitFormList, UserName, Password, ServiceID, "
-           "LoginServerIP, LoginServerPort FROM System LIMIT 1");
+    const std::string columns =
+        selectList(impl_->db, "System",
+                   {{"sDBVer", "NULL"}, {"bAutoLogin", "0"}, {"bClientStartUp", "0"}, {"iLanguage", "99"},
+                    {"ExitFormList", "''"}, {"UserName", "''"}, {"Password", "''"}, {"ServiceID", "0"},
+                    {"LoginServerIP", "NULL"}, {"LoginServerPort", "NULL"}});
+    Stmt q(impl_->db, "SELECT " + columns + " FROM System LIMIT 1");
     if (!q.step()) {
-        error_ = q.error().empty() ? "the System table has no row" : q.error();
+        error_ = file_.string() + ": " + (q.error().empty() ? "the System table has no row" : q.error());
         return std::nullopt;
     }
     SystemSettings s;
@@ -105,28 +149,34 @@ bool LocalDatabase::Get_Service(std::vector<ServiceRecord>& rows) {
     if (!ensureOpen()) return false;
     bool haveLocal = false;
     for (const auto& r : rows) haveLocal = haveLocal || r.bLocalService;
-    Stmt q(impl_->db,
-           "SELECT ID, bLocalService, ServiceIP, ServicePort, ServiceName, ServiceUserAccount, ServicePassword, "
-           "ServiceTimeZone, Lang, Desciption, HttpPort, bSaveAccount FROM Service ORDER BY rowid");
+    const std::string columns =
+        selectList(impl_->db, "Service",
+                   {{"bLocalService", "0"}, {"ServiceIP", "''"}, {"ServicePort", "9877"}, {"ServiceName", "''"},
+                    {"ServiceUserAccount", "''"}, {"ServicePassword", "''"}, {"ServiceTimeZone", "0"}, {"Lang", "0"},
+                    {"Desciption", "''"}, {"HttpPort", "NULL"}, {"bSaveAccount", "0"}});
+    Stmt q(impl_->db, "SELECT " + columns + " FROM Service ORDER BY rowid");
+    // Stored rows are numbered from 1 in their order, as Set_Service writes them: 0 is the local
+    // row's, and a list written by an older version (from 0) still shows each id once.
+    int32_t id = 1;
     while (q.step()) {
-        if (haveLocal && q.getText(2) == kLocalServiceIP) continue;
+        if (haveLocal && q.getText(1) == kLocalServiceIP) continue;
         ServiceRecord r;
-        r.iID = static_cast<int32_t>(q.getInt(0));
-        r.bLocalService = q.getInt(1) != 0;
-        r.ServiceIP = q.getText(2);
-        r.ServicePort = static_cast<int32_t>(q.getInt(3));
-        r.ServiceName = q.getText(4);
-        r.ServiceUserAccount = q.getText(5);
-        r.ServicePassword = q.getText(6);
-        r.ServiceTimeZone = static_cast<int32_t>(q.getInt(7));
-        r.Lang = static_cast<int16_t>(q.getInt(8));
-        r.Desciption = q.getText(9);
-        r.HttpPort = q.isNull(10) ? 80 : static_cast<int32_t>(q.getInt(10));
-        r.bSaveAccount = q.getInt(11) != 0;
+        r.iID = id++;
+        r.bLocalService = q.getInt(0) != 0;
+        r.ServiceIP = q.getText(1);
+        r.ServicePort = static_cast<int32_t>(q.getInt(2));
+        r.ServiceName = q.getText(3);
+        r.ServiceUserAccount = q.getText(4);
+        r.ServicePassword = q.getText(5);
+        r.ServiceTimeZone = static_cast<int32_t>(q.getInt(6));
+        r.Lang = static_cast<int16_t>(q.getInt(7));
+        r.Desciption = q.getText(8);
+        r.HttpPort = q.isNull(9) ? 80 : static_cast<int32_t>(q.getInt(9));
+        r.bSaveAccount = q.getInt(10) != 0;
         rows.push_back(std::move(r));
     }
     if (!q.error().empty()) {
-        error_ = q.error();
+        error_ = file_.string() + ": " + q.error();
         return false;
     }
     return true;
@@ -142,7 +192,7 @@ bool LocalDatabase::Set_Service(const std::vector<ServiceRecord>& rows, int16_t 
     Stmt ins(impl_->db,
              "INSERT INTO Service (ID, bLocalService, ServiceIP, ServicePort, ServiceName, ServiceUserAccount, "
              "ServicePassword, ServiceTimeZone, Lang, Desciption, bSaveAccount) VALUES (?,?,?,?,?,?,?,?,?,?,?)");
-    int64_t id = 0;
+    int64_t id = 1;  // 0 is the local row's, which is never stored
     for (const ServiceRecord& r : rows) {
         if (r.ServiceIP.empty() || r.ServiceIP == kLocalServiceIP) continue;
         ins.reset();

@@ -17,8 +17,8 @@ inline constexpr const char* kPristineExtension = ".db.ins";
 inline constexpr const char* kLocalServiceIP = "127.0.0.1";
 
 /// Makes sure the live file exists: -1 when the pristine copy is missing (the live file is then
-/// not looked at); otherwise restores a missing live file (and the conversion copy) from it and
-/// answers 1. A failing copy answers 0.
+/// not looked at); otherwise restores a missing live file (and the conversion copy) from it, makes
+/// both owner-only (0600) and answers 1. A failing copy answers 0.
 int32_t Check_Mdb(const std::filesystem::path& folder, const std::string& name);
 
 /// Removes the "_tmp" files of the five databases (at exit).
@@ -72,17 +72,19 @@ public:
     const std::string& error() const { return error_; }
     void close();
 
-    /// Reads the System row; nullopt when the file cannot be opened or has no row.
+    /// Reads the System row; nullopt when the file cannot be opened or has no row. Columns that an
+    /// older file lacks read as their defaults.
     std::optional<SystemSettings> ReadSystemSettings();
     /// Writes back bAutoLogin, bClientStartUp and iLanguage; the other fields stay.
     bool SetSystemlInfo(const SystemSettings& s);
     /// Remembers the last login (user, password, server row and address).
     bool SetLastLogin(const SystemSettings& s);
 
-    /// Appends the stored servers to `rows`; a "127.0.0.1" row is skipped when a local row is there.
+    /// Appends the stored servers to `rows`, numbered from 1 in stored order; a "127.0.0.1" row is
+    /// skipped when a local row is there.
     bool Get_Service(std::vector<ServiceRecord>& rows);
     /// Replaces the stored list by `rows` in one transaction, skipping local and address-less rows;
-    /// ids run from 0 and the language of every row is `iLanguage`.
+    /// ids run from 1 (0 is the local row's) and the language of every row is `iLanguage`.
     bool Set_Service(const std::vector<ServiceRecord>& rows, int16_t iLanguage);
 
 private:

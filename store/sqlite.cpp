@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -175,8 +176,14 @@ bool AtomicCopy(const std::filesystem::path& from, const std::filesystem::path& 
     };
     std::ifstream in(from, std::ios::binary);
     if (!in) return fail("cannot read " + from.string());
-    const int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    // Owner only: the copies are the databases that hold saved server passwords, and their journals
+    // take the same mode. fchmod because a left-over ".new" keeps its old mode through O_TRUNC.
+    const int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0) return fail("cannot write " + tmp.string());
+    if (::fchmod(fd, 0600) != 0) {
+        ::close(fd);
+        return fail("cannot protect " + tmp.string());
+    }
     char buf[65536];
     bool ok = true;
     while (ok && in) {

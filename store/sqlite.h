@@ -87,7 +87,7 @@ private:
     bool done_ = false;
 };
 
-/// Copies a file beside the target, syncs it and renames it over the target.
+/// Copies a file beside the target, syncs it and renames it over the target. The copy is 0600.
 bool AtomicCopy(const std::filesystem::path& from, const std::filesystem::path& to, std::string* error = nullptr);
 
 }  // namespace kv::store

@@ -64,9 +64,17 @@ TEST_F(CtlChannels, DumpPrintsTheConfiguredChannelsTheirPresetsAndStatus) {
     const Json& third = channel(dump_, 3);
     EXPECT_EQ(third["Name"], "Parking North");
     EXPECT_EQ(third["SizeList_H264"], "1920x1080,1280x720");
-    EXPECT_EQ(third["FPSUpper_H264"], Json::array({5, 5}));
+    // Indices into the fixed tables print as the tables' texts.
+    EXPECT_EQ(third["FPS"], "Full");
+    EXPECT_EQ(third["Bitrate"], "1024k");
+    EXPECT_EQ(third["RateControl"], "CBR");
+    EXPECT_EQ(third["FPSUpper_H264"], Json::array({"20", "20"}));
+    EXPECT_EQ(third["BitrateLower_H264"], Json::array({"256k", "128k"}));
+    EXPECT_EQ(third["Password"], "********");
     EXPECT_FALSE(third.contains("Connected")) << "the status has its own section";
     EXPECT_EQ(channel(dump_, 6)["Name"], "Door <A> & \"B\"");
+    Json clear = Json::parse(ctl(sim_.port(), {"dump", "--secrets"}).out);
+    EXPECT_EQ(channel(clear, 6)["Password"], "hx<d1>");
     EXPECT_EQ(dump_["Presets"]["8"][0]["Name"], "Roof");
     EXPECT_EQ(dump_["Presets"].size(), 2u) << "the two PTZ channels";
     ASSERT_EQ(dump_["ChannelStatus"].size(), 16u);
@@ -85,6 +93,12 @@ TEST_F(CtlChannels, ChangesAdditionsAndRemovalsGoOutThroughThePage) {
     const auto r = apply(doc);
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.out.find("strCH[16]: read the camera at 192.168.20.22:80"), std::string::npos) << r.out;
+    // The plan, in the order of the sends, names the removal.
+    const size_t plan = r.out.find("plan:\n  changes channel 6: Name\n  removes channel 10 \"");
+    const size_t added = r.out.find("\n  adds channel 17 \"Box\" (the camera at 192.168.20.22)\n"
+                                    "  changes the presets of channel 8: adds 2 \"Yard\"\nsent: ");
+    EXPECT_NE(plan, std::string::npos) << r.out;
+    EXPECT_NE(added, std::string::npos) << r.out;
     EXPECT_NE(r.out.find("sent: <CMD ID=\"32804\">"), std::string::npos) << "the pruned groups are shown too";
     const std::string all = kv::users::GetAdminGroupChList(1, 64);
     const std::string zeros = "Type3=\"0\" Type4=\"0\" Type5=\"0\" Type6=\"0\" Type7=\"0\" Type8=\"0\" Type9=\"0\" "
@@ -133,6 +147,44 @@ TEST_F(CtlChannels, ChangesAdditionsAndRemovalsGoOutThroughThePage) {
         if (g["ID"] != 1)
             EXPECT_EQ(("," + g["Type0"].get<std::string>() + ",").find(",10,"), std::string::npos) << "rights go too";
     EXPECT_EQ(apply(doc).out.find("24581"), std::string::npos) << "applied once, the channels are the same";
+}
+
+TEST_F(CtlChannels, ATableTakesItsTextOrItsIndexAndTheSentPasswordIsPrintedMasked) {
+    const auto r0 = apply(dump_);
+    ASSERT_EQ(r0.exitCode, 0) << r0.err;
+    EXPECT_NE(r0.out.find("nothing to apply"), std::string::npos) << "an unchanged dump, texts and masks included";
+
+    Json doc = dump_;
+    channel(doc, 6)["Bitrate"] = "512K";  // any case; channel 6 sends JPEG, whose combo shows no bit rates
+    channel(doc, 3)["Bitrate"] = "512k";
+    channel(doc, 3)["FPS"] = "15";
+    auto r = apply(doc);
+    EXPECT_EQ(r.exitCode, 4) << r.err;
+    EXPECT_NE(r.err.find("strCH[5]: refused: Bitrate 4 is not offered"), std::string::npos) << r.err;
+
+    channel(doc, 6)["Bitrate"] = "Full";
+    r = apply(doc);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("plan:\n  changes channel 3: FPS, Bitrate\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("<UserName>root</UserName><Password>********</Password>"), std::string::npos) << r.out;
+    const auto sent = changes(dir_ / "traffic.log");
+    ASSERT_FALSE(sent.empty());
+    EXPECT_EQ(sent[0].find("<Password>********</Password>"), std::string::npos) << "the service gets the password";
+    EXPECT_NE(sent[0].find("<FPS>4</FPS><Quality>-1</Quality><RateControl>1</RateControl><Bitrate>4</Bitrate>"),
+              std::string::npos)
+        << sent[0];
+
+    // The index does what its text does; text no table holds is no document.
+    channel(doc, 3)["Bitrate"] = 3;
+    r = apply(doc);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    Json again = Json::parse(ctl(sim_.port()).out);
+    EXPECT_EQ(channel(again, 3)["Bitrate"], "256k");
+    EXPECT_EQ(channel(again, 3)["FPS"], "15");
+    channel(doc, 3)["Bitrate"] = "300k";
+    r = apply(doc);
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_NE(r.err.find("strCH[2].Bitrate: \"300k\" is no bit rate (Full, 64k, 128k"), std::string::npos) << r.err;
 }
 
 TEST_F(CtlChannels, RefusalsEndWithCodeFour) {

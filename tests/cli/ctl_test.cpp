@@ -90,12 +90,14 @@ TEST(CtlApply, NewAccountsAndAGroupGoOutAsWholeListsAndTheNewAdministratorLogsIn
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.out.find("adds account \"carol\" as ID 4"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("answer: <RESPONSE RET=\"0\" ID=\"32802\">"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("<User Name=\"carol\" Password=\"********\""), std::string::npos) << "printed masked";
+    EXPECT_EQ(r.out.find("c&amp;&lt;1>"), std::string::npos) << r.out;
 
     EXPECT_EQ(ctl(sim.port(), "carol", "c&<1>", {"login"}).exitCode, 0) << "group 1 may configure";
     const auto dave = ctl(sim.port(), "dave", "d", {"login"});
     EXPECT_EQ(dave.exitCode, 3) << "group 2 may not";
     EXPECT_NE(dave.err.find("Server authorization failed!"), std::string::npos);
-    const auto again = nlohmann::json::parse(ctl(sim.port(), "admin", "admin").out);
+    const auto again = nlohmann::json::parse(ctl(sim.port(), "admin", "admin", {"dump", "--secrets"}).out);
     EXPECT_EQ(again["strUser"][1]["Password"], "v2");
     EXPECT_EQ(again["strUserGroup"][3]["ID"], 4);
     sim.stop();
@@ -145,4 +147,34 @@ TEST(Ctl, UsageAndFilesThatAreNoDocumentEndWithCodeTwoAndNoServiceWithThree) {
     // Nothing listens there: the login never gets a final status and the wait is cut short.
     const auto r = RunProcess({KV_CTL_PROGRAM, "--port", "1", "--timeout", "2", "dump"}, {"KELVARRA_PASSWORD=x"});
     EXPECT_EQ(r.exitCode, 3);
+}
+
+TEST(CtlApply, ADryRunPrintsThePlanAndTheCommandsAndSendsNoWrite) {
+    TempDir dir;
+    SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--traffic-log", (dir / "traffic.log").string()});
+    ASSERT_TRUE(sim.ok());
+    auto doc = nlohmann::json::parse(ctl(sim.port(), "admin", "admin").out);
+    EXPECT_EQ(doc["strUser"][0]["Password"], "********") << "dump masks passwords";
+    EXPECT_EQ(doc["DDNSSetting"]["Password"], "********");
+    doc["strUser"].erase(2);
+    doc["strUser"].push_back({{"Name", "erin"}, {"Password", "e"}, {"GroupID", 2}});
+    kv::test::writeFile(dir / "doc.json", doc.dump(1));
+    const auto r = ctl(sim.port(), "admin", "admin", {"apply", "--dry-run", (dir / "doc.json").string()});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.out.rfind("plan:\n  removes account 3 \"night.op\"\n  adds account \"erin\" as ID 3\n", 0), 0u)
+        << r.out;
+    EXPECT_NE(r.out.find("would send: <CMD ID=\"32802\"><UserData>CONFIG_AP</UserData><Param><UserList><User "
+                         "Name=\"admin\" Password=\"********\""),
+              std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("would send: <CMD ID=\"32813\" />\ndry run: nothing was sent\n"), std::string::npos) << r.out;
+
+    // A refusal ends a dry run as it ends a run.
+    doc["strUser"].back()["GroupID"] = 9;
+    kv::test::writeFile(dir / "doc.json", doc.dump(1));
+    const auto refused = ctl(sim.port(), "admin", "admin", {"apply", "--dry-run", (dir / "doc.json").string()});
+    EXPECT_EQ(refused.exitCode, 4);
+    EXPECT_NE(refused.err.find("there is no user group 9"), std::string::npos) << refused.err;
+    sim.stop();
+    EXPECT_TRUE(afterLogins(kv::test::readLines(dir / "traffic.log"), 3).empty()) << "nothing but the reads";
 }

@@ -2,6 +2,7 @@
 // traffic log, a clean stop on SIGTERM, no lost write on SIGKILL and the exit codes of bad starts.
 #include <gtest/gtest.h>
 
+#include <asio.hpp>
 #include <pugixml.hpp>
 
 #include "link/tcp_link.h"
@@ -90,6 +91,37 @@ TEST(SimProgram, keepsAnAcknowledgedWriteThroughAKill) {
     Client client;
     ASSERT_EQ(client.login(again.port()), 9);
     EXPECT_EQ(element(client.send(R"(<CMD ID="32837" />)"), "DomainName"), "after-kill.example.org");
+}
+
+TEST(SimProgram, listensOnTheStoredCommandPortUnlessTold) {
+    test::TempDir dir;
+    uint16_t saved = 0;
+    {
+        asio::io_context io;
+        saved = asio::ip::tcp::acceptor(io, asio::ip::tcp::endpoint(asio::ip::address_v4::loopback(), 0))
+                    .local_endpoint()
+                    .port();
+    }
+    {
+        sim::SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0"}, "/dev/null", SimPort::kFree,
+                            dir / "err");
+        ASSERT_TRUE(sim.ok());
+        EXPECT_EQ(test::readFile(dir / "err"), "kelvarra-sim: --port 0 overrides the stored command port 9877\n");
+        Client client;
+        ASSERT_EQ(client.login(sim.port()), 9);
+        EXPECT_EQ(element(client.send(R"(<CMD ID="4100" />)"), "Port"), "9877") << "the override is not stored";
+        ASSERT_EQ(client.send("<CMD ID=\"32791\"><Param><Port>" + std::to_string(saved) + "</Port></Param></CMD>")
+                      .rfind(R"(<RESPONSE RET="0")", 0),
+                  0u);
+    }
+    // The saved port takes effect at the next start, and a start without --port says nothing.
+    sim::SimProcess again(KV_SIM_PROGRAM, dir / "data", {"--discovery-port", "0"}, "/dev/null", SimPort::kStored,
+                          dir / "err");
+    ASSERT_TRUE(again.ok());
+    EXPECT_EQ(again.port(), saved);
+    EXPECT_EQ(test::readFile(dir / "err"), "");
+    Client client;
+    EXPECT_EQ(client.login(saved), 9);
 }
 
 TEST(SimProgram, exitCodesTellBadOptionsFromBadDataFolders) {

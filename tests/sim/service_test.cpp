@@ -170,9 +170,10 @@ TEST_F(ServiceTest, answersLookAtTheRequest) {
         {R"(<CMD ID="32822"><Param><CH>4</CH><Type>1</Type></Param></CMD>)", 0, ""},
         {R"(<CMD ID="32822"><Param><CH>9</CH><Type>1</Type></Param></CMD>)", -1, ""},
         // A preview opens the camera: one that refuses the account or does not answer says so.
-        {R"(<CMD ID="22546"><Param><IP>192.168.20.21</IP><UserName>a</UserName><Password>b</Password></Param></CMD>)", 0, ""},
-        {R"(<CMD ID="22546"><Param><IP>192.168.20.90</IP><UserName>a</UserName><Password>b</Password></Param></CMD>)", -6, ""},
-        {R"(<CMD ID="22546"><Param><IP>10.9.9.9</IP><UserName>a</UserName><Password>b</Password></Param></CMD>)", -5, ""},
+        {R"(<CMD ID="22546"><Param><IP>192.168.20.21</IP><HTTPPort>80</HTTPPort><UserName>admin</UserName><Password>cv-2100</Password></Param></CMD>)", 0, ""},
+        {R"(<CMD ID="22546"><Param><IP>192.168.20.21</IP><HTTPPort>80</HTTPPort><UserName>a</UserName><Password>b</Password></Param></CMD>)", -6, ""},
+        {R"(<CMD ID="22546"><Param><IP>192.168.20.23</IP><HTTPPort>80</HTTPPort><UserName>service</UserName><Password>hx-d1</Password></Param></CMD>)", -5, ""},
+        {R"(<CMD ID="22546"><Param><IP>10.9.9.9</IP><HTTPPort>80</HTTPPort><UserName>a</UserName><Password>b</Password></Param></CMD>)", -5, ""},
         // A capture listens on a port the machine has; stopping it gives what it received.
         {R"(<CMD ID="40992"><Param><SerialPort>COM7</SerialPort></Param></CMD>)", -1, "<ID>-1</ID>"},
         {R"(<CMD ID="40992"><Param><SerialPort>COM1</SerialPort></Param></CMD>)", 0, "<ID>1</ID>"},
@@ -242,31 +243,103 @@ TEST_F(ServiceTest, admissionFollowsTheOptions) {
     }
 }
 
-TEST_F(ServiceTest, portCheckReallyTriesThePort) {
+TEST_F(ServiceTest, portCheckTriesThePortAndKnowsTheServicesOwn) {
+    // Stand-ins for the service's listener and for another program's.
+    asio::ip::tcp::acceptor own(io_, asio::ip::tcp::endpoint(asio::ip::address_v4::loopback(), 0));
     asio::ip::tcp::acceptor taken(io_, asio::ip::tcp::endpoint(asio::ip::address_v4::loopback(), 0));
-    uint16_t freePort = asio::ip::tcp::acceptor(io_, asio::ip::tcp::endpoint(asio::ip::address_v4::any(), 0))
-                            .local_endpoint()
-                            .port();
-    auto check = [&](const std::string& port) { return reply(withParam(1183748, "<Type>1</Type><Port>" + port + "</Port>")); };
-    auto busy = check(std::to_string(taken.local_endpoint().port()));
-    EXPECT_EQ(busy.ret, 0);
-    EXPECT_EQ(busy.id, 1183748);
-    EXPECT_EQ(busy.text("Port"), std::to_string(taken.local_endpoint().port()));
-    EXPECT_EQ(busy.text("Available"), "0");
-    EXPECT_EQ(check(std::to_string(freePort)).text("Available"), "1");
-    for (const char* bad : {"0", "65536", "http"}) EXPECT_EQ(check(bad).ret, -1) << bad;
+    const uint16_t freePort = asio::ip::tcp::acceptor(io_, asio::ip::tcp::endpoint(asio::ip::address_v4::any(), 0))
+                                  .local_endpoint()
+                                  .port();
+    const std::string command = std::to_string(own.local_endpoint().port());
+    const std::string busy = std::to_string(taken.local_endpoint().port());
+    const std::string http = "18080";
+    ASSERT_TRUE(store_->put("4100", "<Port>9877</Port><HTTPPort>" + http + "</HTTPPort>"));
+    service_->setListenEndpoint("127.0.0.1", own.local_endpoint().port());
+    struct Row {
+        const char* type;
+        std::string port;
+        int ret;
+        const char* available;
+    };
+    const Row rows[] = {
+        {"1", busy, 0, "0"},                       // another program holds it
+        {"1", std::to_string(freePort), 0, "1"},   // nobody does
+        {"1", command, 0, "1"},                    // the command port the service listens on is its own
+        {"2", command, 0, "0"},                    // ... and no HTTP port
+        {"2", http, 0, "1"},                       // the HTTP port it serves is its own
+        {"1", http, 0, "0"},                       // ... and no command port
+        {"2", busy, 0, "0"},
+        {"1", "0", -1, "0"},                       // not a port
+        {"1", "65536", -1, "0"},
+        {"1", "http", -1, "0"},
+        {"3", std::to_string(freePort), -1, "0"},  // a kind of port the service does not have
+    };
+    for (const Row& r : rows) {
+        auto check = reply(withParam(1183748, std::string("<Type>") + r.type + "</Type><Port>" + r.port + "</Port>"));
+        EXPECT_EQ(check.ret, r.ret) << r.type << ":" << r.port;
+        EXPECT_EQ(check.id, 1183748);
+        EXPECT_EQ(check.text("Port"), r.port);
+        EXPECT_EQ(check.text("Available"), std::string(r.available)) << r.type << ":" << r.port;
+    }
 }
 
-TEST_F(ServiceTest, statusAndDdnsCheckAnswers) {
-    auto status = reply(R"(<CMD ID="40961" />)");
-    const int cpu = std::stoi(status.text("CPUUsage"));
-    EXPECT_TRUE(cpu >= 0 && cpu <= 100) << cpu;
-    auto check = [&](const std::string& domain) {
-        return reply(withParam(40996, "<Server>1</Server><DomainName>" + domain + "</DomainName>")).text("Status");
+TEST_F(ServiceTest, theHttpStateTellsWhetherTheWebServerCouldTakeItsPort) {
+    struct Row {
+        const char* stored;
+        uint16_t command;
+        const char* http;
     };
-    EXPECT_EQ(check("  "), "-2");
-    EXPECT_EQ(check("localhost"), "-3");
-    EXPECT_EQ(check("cam.example.org"), "1");
+    const Row rows[] = {
+        {"<HTTPPort>80</HTTPPort>", 9877, "1"},    // a port of its own
+        {"<HTTPPort>9877</HTTPPort>", 9877, "0"},  // the command port: the web server cannot start
+        {"<HTTPPort>0</HTTPPort>", 9877, "0"},     // no port
+        {"", 9877, "0"},                           // none stored
+    };
+    for (const Row& r : rows) {
+        ASSERT_TRUE(store_->put("4100", std::string("<Port>9877</Port>") + r.stored));
+        service_->setListenEndpoint("127.0.0.1", r.command);
+        auto status = reply(R"(<CMD ID="40961" />)");
+        EXPECT_EQ(status.text("HTTP"), std::string(r.http)) << r.stored;
+        const int cpu = std::stoi(status.text("CPUUsage"));
+        EXPECT_TRUE(cpu >= 0 && cpu <= 100) << cpu;
+    }
+    // Taken at the start: a port saved later waits for the next one.
+    ASSERT_EQ(reply(withParam(32791, "<Port>9877</Port><HTTPPort>81</HTTPPort>")).ret, 0);
+    EXPECT_EQ(reply(R"(<CMD ID="40961" />)").text("HTTP"), "0");
+}
+
+TEST_F(ServiceTest, theDdnsTestAsksTheProviderWithTheRequestAndTheStatusWithTheStoredSetting) {
+    struct Row {
+        const char* server;
+        const char* domain;
+        const char* user;
+        const char* password;
+        const char* status;
+    };
+    const Row rows[] = {
+        {"1", "kelvarra-demo.example.net", "ddnsuser", "dd&amp;ns", "1"},  // the demo's own registration
+        {"1", "Kelvarra-Demo.example.net ", "ddnsuser", "dd&amp;ns", "1"}, // names compare case-blind
+        {"1", "kelvarra-demo.example.net", "ddnsuser", "ddns", "-5"},      // a wrong password
+        {"1", "kelvarra-demo.example.net", "nobody", "dd&amp;ns", "-5"},   // an account the provider lacks
+        {"1", "shop-front.example.net", "ddnsuser", "dd&amp;ns", "-4"},    // another account's name
+        {"1", "other.example.com", "ddnsuser", "dd&amp;ns", "-4"},         // a zone of another provider
+        {"1", "localhost", "ddnsuser", "dd&amp;ns", "-4"},                 // no host name on the internet
+        {"1", "bad_name.example.net", "ddnsuser", "dd&amp;ns", "-4"},
+        {"1", "cam.example.org", "ddnsuser", "dd&amp;ns", "-6"},           // the zone that does not answer
+        {"1", "  ", "ddnsuser", "dd&amp;ns", "-2"},                        // nothing to register
+        {"2", "kelvarra-demo.example.net", "ddnsuser", "dd&amp;ns", "-3"}, // no such provider
+    };
+    for (const Row& r : rows) {
+        const std::string fields = std::string("<Server>") + r.server + "</Server><DomainName>" + r.domain +
+                                   "</DomainName><UserName>" + r.user + "</UserName><Password>" + r.password +
+                                   "</Password>";
+        EXPECT_EQ(reply(withParam(40996, fields)).text("Status"), std::string(r.status)) << fields;
+        // The status reports the same for the stored setting while it is on, and -1 while it is off.
+        ASSERT_EQ(reply(withParam(32838, "<Enable>1</Enable>" + fields)).ret, 0);
+        EXPECT_EQ(reply(R"(<CMD ID="40995" />)").text("Status"), std::string(r.status)) << fields;
+        ASSERT_EQ(reply(withParam(32838, "<Enable>0</Enable>" + fields)).ret, 0);
+        EXPECT_EQ(reply(R"(<CMD ID="40995" />)").text("Status"), "-1");
+    }
 }
 
 TEST_F(ServiceTest, logQueriesPageThroughASnapshotAndWritesAreLogged) {

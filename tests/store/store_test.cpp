@@ -106,7 +106,7 @@ TEST_F(LiveDatabase, SettingsWriteOnlyTheirFields) {
     EXPECT_EQ(back.iLastServerPort, 9000);
 }
 
-TEST_F(LiveDatabase, ServerTableRewriteDropsLocalRowsAndNumbersFromZero) {
+TEST_F(LiveDatabase, ServerTableRewriteDropsLocalRowsAndNumbersFromOne) {
     LocalDatabase local(db / "Database.db");
     ServiceRecord localRow = server("127.0.0.1", "Local Server");
     localRow.bLocalService = true;
@@ -119,12 +119,12 @@ TEST_F(LiveDatabase, ServerTableRewriteDropsLocalRowsAndNumbersFromZero) {
     std::vector<ServiceRecord> rows{localRow};
     ASSERT_TRUE(local.Get_Service(rows));
     ASSERT_EQ(rows.size(), 3u);
-    EXPECT_EQ(rows[1].iID, 0);
+    EXPECT_EQ(rows[1].iID, 1) << "0 is the local row's";
     EXPECT_EQ(rows[1].ServiceName, "Office");
     EXPECT_EQ(rows[1].Desciption, "2nd floor");
     EXPECT_TRUE(rows[1].bSaveAccount);
     EXPECT_EQ(rows[1].Lang, 9) << "every row takes the client's language";
-    EXPECT_EQ(rows[2].iID, 1);
+    EXPECT_EQ(rows[2].iID, 2);
     // A stored "127.0.0.1" row is skipped when the list already has the local row.
     Db raw;
     ASSERT_TRUE(raw.open(db / "Database.db"));
@@ -135,6 +135,76 @@ TEST_F(LiveDatabase, ServerTableRewriteDropsLocalRowsAndNumbersFromZero) {
     std::vector<ServiceRecord> withoutLocal;
     ASSERT_TRUE(local.Get_Service(withoutLocal));
     EXPECT_EQ(withoutLocal.size(), 3u);
+}
+
+TEST(LocalDatabase, FilesOfAnOlderSchemaStillRead) {
+    TempDir home;
+    struct Case {
+        const char* sql;
+        SystemSettings settings;  // what the System row reads as
+        std::vector<int32_t> ids;  // the Service rows' ids as read
+    };
+    SystemSettings noLoginColumns;
+    noLoginColumns.sDBVer = "1";
+    noLoginColumns.iLanguage = 9;
+    noLoginColumns.sLastUser = "admin";
+    noLoginColumns.sLastPass = "pw";
+    SystemSettings noVersion;
+    noVersion.bAutoLogin = true;
+    const Case cases[] = {
+        // The last login's address and port came later: they read as "" and -1, the rest stands.
+        {"CREATE TABLE System (sDBVer TEXT, bAutoLogin INTEGER, bClientStartUp INTEGER, iLanguage INTEGER,"
+         " UserName TEXT, Password TEXT);"
+         "INSERT INTO System VALUES ('1', 0, 0, 9, 'admin', 'pw');"
+         "CREATE TABLE Service (ID INTEGER, bLocalService INTEGER, ServiceIP TEXT, ServicePort INTEGER);",
+         noLoginColumns, {}},
+        // Without a version column the version reads empty (and differs from any installed one);
+        // a Service table without HttpPort, numbered from 0 by an older version, reads from 1.
+        {"CREATE TABLE System (bAutoLogin INTEGER); INSERT INTO System VALUES (1);"
+         "CREATE TABLE Service (ID INTEGER, ServiceIP TEXT, ServicePort INTEGER, ServiceName TEXT);"
+         "INSERT INTO Service VALUES (0, '10.0.0.8', 9000, 'A'), (1, '10.0.0.9', 9001, 'B');",
+         noVersion, {1, 2}},
+    };
+    int n = 0;
+    for (const Case& c : cases) {
+        const fs::path file = home / ("old" + std::to_string(n++) + ".db");
+        {
+            Db old;
+            ASSERT_TRUE(old.open(file, true));
+            ASSERT_TRUE(old.exec(c.sql)) << old.lastError();
+        }
+        LocalDatabase local(file);
+        const auto s = local.ReadSystemSettings();
+        ASSERT_TRUE(s) << local.error();
+        EXPECT_EQ(*s, c.settings) << c.sql;
+        std::vector<ServiceRecord> rows;
+        ASSERT_TRUE(local.Get_Service(rows)) << local.error();
+        std::vector<int32_t> ids;
+        for (const auto& r : rows) ids.push_back(r.iID);
+        EXPECT_EQ(ids, c.ids) << c.sql;
+        for (const auto& r : rows) EXPECT_EQ(r.HttpPort, 80);
+    }
+}
+
+TEST(LocalDatabase, FilesWithPasswordsAreOwnerOnly) {
+    TempDir home;
+    const fs::path db = installPristine(home);
+    auto mode = [](const fs::path& p) { return fs::status(p).permissions() & fs::perms::all; };
+    const auto ownerOnly = fs::perms::owner_read | fs::perms::owner_write;
+    // Restored from the pristine copy.
+    ASSERT_EQ(Check_Mdb(db, "Database"), 1);
+    EXPECT_EQ(mode(db / "Database.db"), ownerOnly);
+    EXPECT_EQ(mode(db / "Database_Convert.db"), ownerOnly);
+    // Left 0644 by an older version: tightened at the check.
+    fs::permissions(db / "Database.db", fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
+                                             fs::perms::others_read);
+    ASSERT_EQ(Check_Mdb(db, "Database"), 1);
+    EXPECT_EQ(mode(db / "Database.db"), ownerOnly);
+    // Replaced by a converted copy, even over a stale world-readable ".new".
+    kv::test::writeFile(db / "client.db.new", "stale");
+    fs::permissions(db / "client.db.new", fs::perms::all);
+    ASSERT_TRUE(CopyConvertMDBToDesDB(db / "Database_Convert.db", db / "client.db"));
+    EXPECT_EQ(mode(db / "client.db"), ownerOnly);
 }
 
 TEST_F(LiveDatabase, KilledServerTableWriterLeavesTheOldListOrTheNew) {
@@ -161,7 +231,7 @@ TEST_F(LiveDatabase, KilledServerTableWriterLeavesTheOldListOrTheNew) {
         const std::string name = rows.size() == a.size() ? "A" : "B";
         for (size_t i = 0; i < rows.size(); ++i) {
             ASSERT_EQ(rows[i].ServiceName, name);
-            ASSERT_EQ(rows[i].iID, static_cast<int32_t>(i));
+            ASSERT_EQ(rows[i].iID, static_cast<int32_t>(i + 1));
         }
     }
 }

@@ -1,6 +1,8 @@
 // The channel page in-process over the answering link: what a click or an edit calls on the
 // models, and what the page shows after the model changed. The page's rules are in the channel
 // suites.
+#include <QContextMenuEvent>
+#include <QMenu>
 #include <QTabWidget>
 
 #include "channels/channel_page.h"
@@ -112,6 +114,29 @@ TEST_F(ChannelPageGui, PtzTabSteersTheChannelBeingEditedAndRefusesMarkupInNames)
     click("cmdPreset_3");
     EXPECT_EQ(presets->rowCount(), 3);
     EXPECT_TRUE(shell->bDirty[app::area::kPresets]);
+}
+
+TEST_F(ChannelPageGui, ARightClickOnTheCameraViewOffersThePadsMoves) {
+    ClickCell(grid(), 0, 2);
+    find<QTabWidget>("tabChannel")->setCurrentIndex(ui::ChannelPageWidget::kTabPtz);
+    session.config.strCH[2].Move = 4;  // straight moves only
+    session.subject<channels::ChannelSubject>()->ptz().UpadtePTZButtonDisplay();
+    auto* view = find<QWidget>("frameVideo");
+    const QPoint at = view->rect().center();
+    QContextMenuEvent press(QContextMenuEvent::Mouse, at, view->mapToGlobal(at));
+    QApplication::sendEvent(view, &press);
+    auto* menu = find<QMenu>("mnuPTZ");
+    ASSERT_TRUE(WaitFor([&] { return menu->isVisible(); }, 2000));
+    const auto entry = [&](const char* name) { return menu->findChild<QAction*>(name); };
+    ASSERT_NE(entry("mnu_Direct"), nullptr);
+    EXPECT_EQ(entry("mnu_Top")->text().toStdString(), text(492));
+    EXPECT_EQ(entry("mnu_Direct")->text().toStdString(), text(918));
+    EXPECT_FALSE(entry("mnu_LeftTop")->isEnabled()) << "as the diagonal button of the pad";
+    EXPECT_TRUE(entry("mnu_Down")->isEnabled());
+    sent();
+    entry("mnu_Down")->trigger();
+    menu->close();
+    EXPECT_TRUE(HasCommand(sent(), 12289, "<CH>3</CH><Target>0</Target><Direction>4</Direction>"));
 }
 
 TEST_F(ChannelPageGui, TheSearchDialogListsTheAnswerAndADoubleClickHandsTheCameraOver) {

@@ -2,6 +2,7 @@
 // against kelvarra-sim in its own process, and what the client does before any login.
 #include <QApplication>
 #include <QCheckBox>
+#include <functional>
 #include <QLabel>
 #include <QTimer>
 
@@ -29,12 +30,18 @@ public:
             for (QWidget* w : QApplication::topLevelWidgets()) {
                 if (w->objectName() != "formMessageBox" || !w->isVisible()) continue;
                 texts.push_back(w->findChild<QLabel*>("txtMessageBox")->text().toStdString());
+                if (auto* p = w->findChild<QLineEdit*>("TextPassword")) p->setText(password);
+                if (whileAsked) whileAsked();
                 if (auto* b = w->findChild<QPushButton*>("cmdSubmit_0")) b->click();
             }
         });
         timer_.start();
     }
     std::vector<std::string> texts;
+    /// What is typed into the password box.
+    QString password;
+    /// Runs while a box waits, just before it is answered.
+    std::function<void()> whileAsked;
 
 private:
     QTimer timer_;
@@ -55,6 +62,33 @@ struct Client : ::testing::Test {
         app->start();
     }
     std::string text(int id) const { return English().GetText(id); }
+    /// Known servers before the login form lists them.
+    void knownServers(std::vector<session::ServerRow> rows) {
+        app->session()->login.strService = std::move(rows);
+        app->loginModel()->ShowServerList();
+        app->refreshAll();
+    }
+    static session::ServerRow savedRow(int32_t id, const std::string& ip, int port, const std::string& name) {
+        session::ServerRow r;
+        r.iID = id;
+        r.ServiceIP = ip;
+        r.ServicePort = port;
+        r.ServiceName = name;
+        r.bSaveAccount = true;
+        r.ServiceUserAccount = "admin";
+        r.ServicePassword = "admin";
+        return r;
+    }
+    /// Logs in from the form to the service at 127.0.0.2 and waits for every answer of the login.
+    void logIn(const sim::SimProcess& sim) {
+        knownServers({savedRow(1, "127.0.0.2", sim.port(), "Lab")});
+        QTest::mouseClick(Find<QPushButton>(app->loginForm(), "imgLoginBtn_0"), Qt::LeftButton);
+        ASSERT_TRUE(WaitFor([&] { return app->configWindow() && app->configWindow()->isVisible(); }));
+        ASSERT_TRUE(WaitFor([&] {
+            app->tick();
+            return !app->shell()->bPageWait;
+        }));
+    }
 };
 
 TEST_F(Client, LoginFromTheFormWithAServerAddedInTheListOpensTheConfiguration) {
@@ -123,6 +157,81 @@ TEST_F(Client, ASecondInstanceShowsItsMessageAndEnds) {
     ASSERT_EQ(boxes.texts.size(), 1u);
     EXPECT_NE(boxes.texts[0].find(text(162)), std::string::npos);
     EXPECT_FALSE(app->loginForm());
+}
+
+}  // namespace
+}  // namespace kv::test
+
+namespace kv::test {
+namespace {
+
+TEST_F(Client, ASavedPasswordShowsInClearOnlyAfterThePasswordQuestion) {
+    startClient();
+    knownServers({savedRow(1, "10.0.0.2", 9000, "Office")});
+    auto* pass = Find<QLineEdit>(app->loginForm(), "txtLogin_1");
+    auto* show = Find<QCheckBox>(app->loginForm(), "chkShowPassword");
+    ASSERT_EQ(pass->text(), "admin");
+    ASSERT_EQ(pass->echoMode(), QLineEdit::Password);
+    boxes.password = "wrong";
+    show->click();
+    ASSERT_EQ(boxes.texts.size(), 1u);
+    EXPECT_EQ(boxes.texts[0], text(856));
+    EXPECT_EQ(pass->echoMode(), QLineEdit::Password);
+    EXPECT_FALSE(show->isChecked());
+    boxes.password = "admin";
+    show->click();
+    EXPECT_EQ(pass->echoMode(), QLineEdit::Normal);
+    show->click();
+    // Typed by the user into an emptied field: shown without a question.
+    Type(pass, "mine");
+    show->click();
+    EXPECT_EQ(pass->echoMode(), QLineEdit::Normal);
+    EXPECT_EQ(boxes.texts.size(), 2u);
+}
+
+TEST_F(Client, TheServerListFollowsTheLinkAndMovesRows) {
+    startClient();
+    knownServers({savedRow(1, "10.0.0.2", 9000, "Office"), savedRow(2, "10.0.0.3", 9000, "Lab")});
+    ui::ServerListDialog* d = app->openServerList();
+    auto* grid = Find<QTableWidget>(d, "gridServiceList");
+    ASSERT_EQ(grid->rowCount(), 2);
+    app->session()->login.strService[1].iLinkActive = 1;
+    d->tick();
+    EXPECT_EQ(grid->item(1, 1)->text(), "V") << "the ON column at the dialog's tick";
+    auto* up = Find<QPushButton>(d, "imgUpDown_0");
+    EXPECT_FALSE(up->isEnabled());
+    ClickCell(grid, 1, 2);
+    ASSERT_TRUE(up->isEnabled());
+    up->click();
+    EXPECT_EQ(grid->item(0, 4)->text(), "Lab");
+    EXPECT_EQ(grid->item(0, 1)->text(), "V") << "the mark goes with its row";
+    EXPECT_EQ(grid->currentRow(), 0);
+    EXPECT_FALSE(up->isEnabled());
+    EXPECT_TRUE(Find<QPushButton>(d, "imgUpDown_1")->isEnabled());
+}
+
+TEST_F(Client, TheTickRunsUnderTheCameraSearchAndHoldsOnlyWhileABoxWaits) {
+    sim::SimProcess sim(KV_SIM_PROGRAM, dir / "data", {"--listen", "127.0.0.2", "--discovery-port", "0"});
+    ASSERT_TRUE(sim.ok());
+    startClient();
+    logIn(sim);
+    app->shell()->lbMenu_Click(app::menu::kChannel);
+    app->refreshAll();
+    Find<QPushButton>(app->configWindow(), "cmdSearch")->click();
+    ASSERT_NE(QApplication::activeModalWidget(), nullptr) << "the search dialog is window-modal";
+    app->session()->dispatcher.bRebooting = true;
+    // A question waits: the restart's exit waits for its answer.
+    bool endedWhileAsked = true;
+    boxes.whileAsked = [&] {
+        app->tick();
+        endedWhileAsked = app->ended();
+    };
+    app->prompter().box(app::BoxKind::Notice, "?", "");
+    boxes.whileAsked = nullptr;
+    EXPECT_FALSE(endedWhileAsked);
+    ASSERT_NE(QApplication::activeModalWidget(), nullptr) << "the search is still open";
+    app->tick();
+    EXPECT_TRUE(app->ended()) << "a restart of the service closes the client under the search";
 }
 
 }  // namespace
