@@ -65,6 +65,13 @@ HeadlessClient::Outcome HeadlessClient::login(const std::string& host, int port,
 void HeadlessClient::leave() {
     if (left_ || !session_) return;
     left_ = true;
+    if (shell_) {
+        // The desktop client's way out, without its questions: the service hears that the
+        // configuration ended (40964) before the log-out.
+        shell_->bClosing = true;
+        shell_->ExitConfigSystem();
+        return;
+    }
     session_->dispatcher.bAppEnding = true;
     if (session_->login.hLogin >= 0) link_.Logout(session_->login.hLogin);
 }
