@@ -95,9 +95,9 @@ bool ChannelPage::SelectChannel(int32_t ch) {
         const app::Answer a = prompter_.box(app::BoxKind::YesNo, lang_.GetText(text::kAskSaveChannel), title_);
         if (a == app::Answer::Yes && !save()) return false;
         setDirty(false);
-        if (bApplyPending) {
+        if (bApplyPending || bRefused_) {
             // Dropped: the list is read again as the service has it.
-            bApplyPending = false;
+            bApplyPending = bRefused_ = false;
             host_.channelsChanged();
         }
     }
@@ -247,9 +247,13 @@ bool ChannelPage::save() {
     MyCH = r;
     tables_.strCH[slot()] = MyCH;
     if (!SaveChannel_Setting(link_, MyCH, &lastAnswer)) {
+        // The slot keeps the page's record so that the user can try again; once the user gives
+        // up (cancel, or another channel without saving) the list is read as the service has it.
+        bRefused_ = true;
         showMessage(text::kSaveFailed);
         return false;
     }
+    bRefused_ = false;
     MyCH.SaveFlag = false;
     MyCH.ChannelEdited = false;
     tables_.strCH[slot()] = MyCH;
@@ -299,8 +303,8 @@ bool ChannelPage::remove() {
 }
 
 void ChannelPage::cancel() {
-    const bool unapplied = bApplyPending;
-    bApplyPending = false;
+    const bool unapplied = bApplyPending || bRefused_;
+    bApplyPending = bRefused_ = false;
     setDirty(false);
     iSelCH = 0;
     sLastDetectIP.clear();
@@ -311,7 +315,7 @@ void ChannelPage::cancel() {
     MyCH = ChannelRecord{};
     video.Clear();
     updateButtons();
-    // A channel the service holds but never applied: the list is read again as the service has it.
+    // A channel the service refused or never applied: the list is read again as the service has it.
     if (unapplied) host_.channelsChanged();
 }
 

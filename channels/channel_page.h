@@ -180,6 +180,7 @@ private:
     ChannelPageHost& host_;
     std::string title_;
     bool bDirty_ = false;
+    bool bRefused_ = false;  // the slot holds a record the service refused
 };
 
 }  // namespace kv::channels

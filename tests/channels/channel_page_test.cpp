@@ -188,6 +188,12 @@ TEST_F(PageTest, ARefusedSaveKeepsThePageDirtyAndSendsNoApplyNotice) {
     EXPECT_TRUE(page.dirty());
     EXPECT_EQ(page.iSelCH, 5) << "the user can try again";
     EXPECT_NE(page.lastAnswer.find("RET=\"-1\""), std::string::npos);
+    EXPECT_TRUE(config.strCH[4].configured()) << "the slot keeps the record for another try";
+    host.calls.clear();
+    ASSERT_TRUE(page.cmdComit_Click(kCommitCancel));
+    EXPECT_EQ(host.calls, std::vector<std::string>{"reload"}) << "given up: the list is read as the service has it";
+    detectNewCamera(5);
+    link.replies[24581] = "<RESPONSE RET=\"-1\" ID=\"24581\"><UserData>CONFIG_AP</UserData></RESPONSE>";
 
     // The channel reached the service but its 40963 was refused: the page stays able to send it
     // again or to cancel, and the shell's save (area 1) retries only the 40963.
