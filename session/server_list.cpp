@@ -12,6 +12,9 @@
 namespace kv::session {
 namespace {
 
+/// Text of the notice for a found server on this machine.
+constexpr int32_t kTextOnThisMachine = 929;
+
 bool isLocal(const ServerRow& r) { return r.bLocalService || base::Trim(r.ServiceIP) == store::kLocalServiceIP; }
 
 }  // namespace
@@ -242,8 +245,15 @@ void ServerListModel::CameraList_Click(int32_t row) {
 }
 
 void ServerListModel::cmdExitSearch_Click() {
+    bool onThisMachine = false;
     for (const FoundServer& f : found) {
         if (!f.marked || f.IP.empty()) continue;
+        // The loopback address is the local server's row; the list keeps no other (the
+        // address may not be entered by hand either): the dialog says how to reach it.
+        if (base::Trim(f.IP) == store::kLocalServiceIP) {
+            onThisMachine = true;
+            continue;
+        }
         const int32_t port = f.Port.empty() ? 9877 : static_cast<int32_t>(base::LeadingNumber(f.Port));
         const bool known = std::any_of(rows_.begin(), rows_.end(), [&](const ServerRow& r) {
             return base::Trim(r.ServiceIP) == f.IP && r.ServicePort == port;
@@ -261,6 +271,7 @@ void ServerListModel::cmdExitSearch_Click() {
     searchRunning = false;
     researchEnabled = true;
     ShowServerList();
+    if (onThisMachine) prompter_.box(app::BoxKind::Notice, lang_.GetText(kTextOnThisMachine), lang_.GetText(149));
 }
 
 }  // namespace kv::session

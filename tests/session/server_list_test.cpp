@@ -156,6 +156,18 @@ TEST_F(ServerList, SearchMarksAndTakesOverWithoutDuplicates) {
     EXPECT_EQ(rows[2].ServiceIP, "10.0.0.9");
     EXPECT_EQ(rows[2].ServiceName, "Lab");
     EXPECT_FALSE(model->frameSearch);
+
+    // A service on this machine answers from the loopback address: the local server's row stands
+    // for it, so it is not taken over, and the dialog says how to reach it.
+    model->cmdSave_Click(2);
+    model->OnSearchResult("<DeviceList><Device><IP>127.0.0.1</IP><Port>40123</Port><DeviceName>Here</DeviceName>"
+                          "</Device></DeviceList>");
+    model->Timer();
+    model->CameraList_Click(0);
+    model->cmdExitSearch_Click();
+    EXPECT_EQ(rows.size(), 3u);
+    ASSERT_FALSE(boxes.boxes.empty());
+    EXPECT_NE(boxes.boxes.back().find("-IP:127.0.0.1 -PORT:n"), std::string::npos);
     std::vector<FoundServer> keep(1);
     EXPECT_FALSE(ParseDeviceList("no root", keep));
     EXPECT_EQ(keep.size(), 1u);
