@@ -39,6 +39,10 @@ TEST_F(ChannelPageGui, TheGridChoosesTheChannelAndTheFieldsShowItsRecord) {
     EXPECT_EQ(find<QComboBox>("CmbBrand")->currentText(), "Corvid Optics");
     EXPECT_FALSE(grid()->item(0, 0)->icon().isNull()) << "the shown channel is checked";
     EXPECT_FALSE(find("frameLensMode")->isVisible()) << "brand 1 has no lens modes";
+    // The camera's values are shown, never typed: the audio format too.
+    auto* info = find<QTableWidget>("Grid_Videoinfo");
+    for (int r = 0; r < info->rowCount(); ++r)
+        EXPECT_FALSE(info->item(r, 1)->flags() & Qt::ItemIsEditable) << "row " << r;
     // Channel 12, the demo's dual-lens fisheye, shows its lens frame; the lens combo goes to the model.
     ClickCell(grid(), 1, 3);
     ASSERT_EQ(model().iSelCH, 12);
