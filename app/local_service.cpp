@@ -14,19 +14,46 @@
 #include <thread>
 
 #include "base/lang.h"
+#include "store/local_db.h"
 
 namespace kv::app {
 
 namespace fs = std::filesystem;
 
-std::string LocalServiceControl::stateText() {
-    switch (query()) {
+namespace {
+
+// The client lists the service on this machine from the settings row of its configuration
+// database: installing the service writes it (the service's own port and HTTP port).
+void registerWithClient(const LocalServiceSpec& setup) {
+    store::WriteLocalServiceSettings(setup.home / "Database", 9877, 80, 1, kLocalServiceName);
+}
+
+std::string StateText(int32_t state) {
+    switch (state) {
         case service_state::kRunning: return "Running";
         case service_state::kStopped: return "Stopped";
         case service_state::kStartPending: return "Start Pending";
         case service_state::kStopPending: return "Stop Pending";
         default: return "Uninstall";
     }
+}
+
+}  // namespace
+
+std::string LocalServiceControl::stateText() { return StateText(query()); }
+
+LocalServiceSpec ClientLocalService(const fs::path& home, const fs::path& program) {
+    return LocalServiceSpec{program, {"--data", (home / "Service").string()}, home};
+}
+
+fs::path ShutdownMarkerFile(const fs::path& home) { return home / "Database" / "SHUTDOWN"; }
+
+std::vector<std::string> ServiceCommandLine(const LocalServiceSpec& setup) {
+    std::vector<std::string> argv{setup.program.string()};
+    argv.insert(argv.end(), setup.arguments.begin(), setup.arguments.end());
+    // The service records how it ended where the client's next start looks for it.
+    argv.insert(argv.end(), {"--shutdown-file", ShutdownMarkerFile(setup.home).string()});
+    return argv;
 }
 
 bool SystemdRunning() {
@@ -97,21 +124,22 @@ public:
         std::error_code ec;
         fs::create_directories(unitDir(), ec);
         std::ofstream f(unitDir() / unit());
-        f << "[Unit]\nDescription=Kelvarra 64 video service (reference)\n\n[Service]\nExecStart="
-          << shellQuote(spec_.program.string());
-        for (const auto& a : spec_.arguments) f << ' ' << shellQuote(a);
+        f << "[Unit]\nDescription=Kelvarra 64 video service (reference)\n\n[Service]\nExecStart=";
+        const auto argv = ServiceCommandLine(spec_);
+        for (size_t i = 0; i < argv.size(); ++i) f << (i ? " " : "") << shellQuote(argv[i]);
         f << "\nRestart=no\n\n[Install]\nWantedBy=" << (system_ ? "multi-user.target" : "default.target") << "\n";
         f.close();
-        if (!f) return false;
-        return runWait(ctl({"daemon-reload"})) == 0;
+        if (!f) return failed("cannot write " + (unitDir() / unit()).string());
+        registerWithClient(spec_);
+        return run({"daemon-reload"});
     }
-    bool start() override { return runWait(ctl({"start", unit()})) == 0; }
-    bool stop() override { return runWait(ctl({"stop", unit()})) == 0; }
+    bool start() override { return run({"start", unit()}); }
+    bool stop() override { return run({"stop", unit()}); }
     bool remove() override {
         runWait(ctl({"stop", unit()}));
         std::error_code ec;
-        fs::remove(unitDir() / unit(), ec);
-        return runWait(ctl({"daemon-reload"})) == 0;
+        if (!fs::remove(unitDir() / unit(), ec) && ec) return failed("cannot remove " + (unitDir() / unit()).string());
+        return run({"daemon-reload"});
     }
     std::string describe() const override {
         return std::string("systemd unit ") + unit() + (system_ ? " (system)" : " (user)");
@@ -119,6 +147,14 @@ public:
 
 private:
     static std::string unit() { return std::string(kLocalServiceName) + ".service"; }
+    bool run(std::vector<std::string> args) {
+        const auto argv = ctl(args);
+        const int rc = runWait(argv);
+        if (rc == 0) return true;
+        std::string line;
+        for (const auto& a : argv) line += (line.empty() ? "" : " ") + a;
+        return failed(line + (rc < 0 ? " could not be run" : " exited with " + std::to_string(rc)));
+    }
     fs::path unitDir() const {
         if (system_) return "/etc/systemd/system";
         const char* xdg = std::getenv("XDG_CONFIG_HOME");
@@ -148,16 +184,21 @@ public:
         std::error_code ec;
         fs::create_directories(spec_.home, ec);
         std::ofstream f(installMark());
-        f << spec_.program.string() << "\n";
-        for (const auto& a : spec_.arguments) f << a << "\n";
-        return static_cast<bool>(f);
+        for (const auto& a : ServiceCommandLine(spec_)) f << a << "\n";
+        f.close();
+        if (!f) return failed("cannot write " + installMark().string());
+        registerWithClient(spec_);
+        return true;
     }
     bool start() override {
-        if (query() == service_state::kUnknown) return false;
+        if (query() == service_state::kUnknown) return failed("the service is not installed");
         if (runningPid() > 0) return true;
+        std::error_code ec;
+        if (!fs::exists(spec_.program, ec)) return failed("no program " + spec_.program.string());
+        fs::create_directories(spec_.home / "Log", ec);
         // Double fork: the service is a child of init, in its own session, and outlives the client.
         const pid_t first = ::fork();
-        if (first < 0) return false;
+        if (first < 0) return failed("cannot start a process");
         if (first == 0) {
             ::setsid();
             const pid_t second = ::fork();
@@ -172,8 +213,7 @@ public:
                 std::ofstream pid(pidFile());
                 pid << ::getpid() << "\n";
             }
-            std::vector<std::string> argv{spec_.program.string()};
-            argv.insert(argv.end(), spec_.arguments.begin(), spec_.arguments.end());
+            std::vector<std::string> argv = ServiceCommandLine(spec_);
             std::vector<char*> args;
             for (auto& a : argv) args.push_back(a.data());
             args.push_back(nullptr);
@@ -182,22 +222,24 @@ public:
         }
         int status = 0;
         ::waitpid(first, &status, 0);
-        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
+        return failed("cannot start a detached process");
     }
     bool stop() override {
         const pid_t pid = runningPid();
         if (pid <= 0) return true;
-        ::kill(pid, SIGTERM);
-        for (int i = 0; i < 100 && ::kill(pid, 0) == 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        if (::kill(pid, 0) == 0) ::kill(pid, SIGKILL);
+        if (::kill(pid, SIGTERM) != 0) return failed("cannot signal process " + std::to_string(pid));
+        // runningPid() and not kill(pid, 0): an ended service nobody has reaped yet counts as gone.
+        for (int i = 0; i < 100 && runningPid() == pid; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        if (runningPid() == pid) ::kill(pid, SIGKILL);
         std::error_code ec;
         fs::remove(pidFile(), ec);
         return true;
     }
     bool remove() override {
-        stop();
+        if (!stop()) return false;
         std::error_code ec;
-        fs::remove(installMark(), ec);
+        if (!fs::remove(installMark(), ec) && ec) return failed("cannot remove " + installMark().string());
         return true;
     }
     std::string describe() const override { return "detached process, pid file " + pidFile().string(); }
@@ -244,37 +286,93 @@ std::unique_ptr<LocalServiceControl> MakeLocalService(const LocalServiceSpec& se
     return MakeProcessService(setup);
 }
 
-ServiceCtrlModel::ServiceCtrlModel(LocalServiceControl& control, int32_t limitSeconds)
-    : control_(control), limit_(limitSeconds) {}
+ServiceCtrlModel::ServiceCtrlModel(LocalServiceControl& control, int32_t limitSeconds, bool forLogin)
+    : control_(control), limit_(limitSeconds), forLogin_(forLogin) {}
 
-void ServiceCtrlModel::open() {
-    state = control_.query();
-    if (state == service_state::kUnknown && control_.create()) state = control_.query();
-    startButtonVisible = state != service_state::kRunning;
-    startButtonEnabled = startButtonVisible;
-    if (state == service_state::kRunning) {
-        statusTextId = 367;
-        closed = true;
-    }
+void ServiceCtrlModel::refresh() { show(control_.query()); }
+
+void ServiceCtrlModel::show(int32_t s) {
+    state = s;
+    stateText = StateText(state);
+    const bool present = installed();
+    installButtonVisible = !present;
+    startButtonVisible = present && state != service_state::kRunning;
+    startButtonEnabled = startButtonVisible && !waiting_;
+    stopButtonVisible = state == service_state::kRunning || state == service_state::kStartPending;
+    removeButtonVisible = present;
+    otherButtonsEnabled = !waiting_;
+    if (state == service_state::kRunning && forLogin_) closed = true;
 }
 
-void ServiceCtrlModel::imgButton_Click() {
-    if (!startButtonEnabled) return;
-    startButtonEnabled = false;
-    waiting_ = true;
+bool ServiceCtrlModel::fail(std::string reason) {
+    failure = std::move(reason);
+    return false;
+}
+
+void ServiceCtrlModel::open() {
+    failure.clear();
+    statusTextId = secondTextId = 0;
+    refresh();
+    if (state == service_state::kRunning && forLogin_) statusTextId = 367;
+}
+
+bool ServiceCtrlModel::imgButton_Click() {
+    failure.clear();
+    if (waiting_) return true;
+    if (!installed()) return fail("the service is not installed");
+    if (state == service_state::kRunning) return true;
+    statusTextId = secondTextId = 0;
     elapsedSeconds = 0;
-    control_.start();
+    if (!control_.start()) {
+        refresh();
+        return fail(control_.lastError());
+    }
+    waiting_ = true;
+    show(state);
+    return true;
+}
+
+bool ServiceCtrlModel::imgInstall_Click() {
+    failure.clear();
+    if (installed()) return true;
+    const bool ok = control_.create();
+    statusTextId = secondTextId = 0;
+    refresh();
+    if (!ok) return fail(control_.lastError());
+    if (!installed()) return fail("the service manager does not list the service after installing it");
+    return true;
+}
+
+bool ServiceCtrlModel::imgStop_Click() {
+    failure.clear();
+    if (!installed()) return fail("the service is not installed");
+    waiting_ = false;
+    statusTextId = secondTextId = 0;
+    const bool ok = state == service_state::kStopped || control_.stop();
+    refresh();
+    if (!ok) return fail(control_.lastError());
+    return true;
+}
+
+bool ServiceCtrlModel::imgRemove_Click() {
+    failure.clear();
+    if (!installed()) return true;
+    waiting_ = false;
+    statusTextId = secondTextId = 0;
+    const bool ok = control_.remove();
+    refresh();
+    if (!ok) return fail(control_.lastError());
+    return true;
 }
 
 void ServiceCtrlModel::Timer1(int32_t elapsed) {
     if (!waiting_) return;
     elapsedSeconds = elapsed;
-    state = control_.query();
-    if (state == service_state::kRunning) {
+    const int32_t now = control_.query();
+    if (now == service_state::kRunning) {
         statusTextId = 367;
         secondTextId = 0;
         waiting_ = false;
-        closed = true;
     } else if (elapsed < limit_) {
         statusTextId = 515;
         secondTextId = 463;
@@ -282,11 +380,13 @@ void ServiceCtrlModel::Timer1(int32_t elapsed) {
         statusTextId = 516;
         secondTextId = 0;
         waiting_ = false;
-        startButtonEnabled = true;
+        failure = "the service did not run within " + std::to_string(limit_) + " s";
     }
+    show(now);
 }
 
 std::string ServiceCtrlModel::statusText(const base::Language& lang) const {
+    if (!failure.empty() && statusTextId != 516) return failure;
     if (statusTextId == 0) {
         const int32_t id = state == service_state::kRunning        ? 367
                            : state == service_state::kStartPending ? 463

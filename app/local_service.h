@@ -32,6 +32,13 @@ struct LocalServiceSpec {
     std::filesystem::path home;     // the client's home folder (pid file, unit file, logs)
 };
 
+/// The setup of the client's own local service: kelvarra-sim with its data under the home folder.
+LocalServiceSpec ClientLocalService(const std::filesystem::path& home, const std::filesystem::path& program);
+/// The shutdown marker the local service keeps in the client's home folder.
+std::filesystem::path ShutdownMarkerFile(const std::filesystem::path& home);
+/// The program with its arguments as the service runs it: the setup's, and the shutdown marker's path.
+std::vector<std::string> ServiceCommandLine(const LocalServiceSpec& setup);
+
 class LocalServiceControl {
 public:
     virtual ~LocalServiceControl() = default;
@@ -45,6 +52,15 @@ public:
     virtual bool remove() = 0;
     /// What this implementation uses, for messages and the log.
     virtual std::string describe() const = 0;
+    /// Why the last operation that returned false failed, in one line.
+    const std::string& lastError() const { return error_; }
+
+protected:
+    bool failed(std::string reason) {
+        error_ = std::move(reason);
+        return false;
+    }
+    std::string error_;
 };
 
 /// A systemd unit "Kelvarra64.service": the system manager when running as root, else the user's.
@@ -56,35 +72,58 @@ std::unique_ptr<LocalServiceControl> MakeLocalService(const LocalServiceSpec& se
 /// True when systemd is the init system of this machine.
 bool SystemdRunning();
 
-/// The dialog that waits for the local service to start: one tick a second.
+/// The service-control dialog: shows the state, installs, starts, stops and removes the service,
+/// and waits for a start, one tick a second. In the login's form it closes once the service runs.
 class ServiceCtrlModel {
 public:
-    ServiceCtrlModel(LocalServiceControl& control, int32_t limitSeconds = 30);
+    ServiceCtrlModel(LocalServiceControl& control, int32_t limitSeconds = 30, bool forLogin = true);
 
     int32_t state = service_state::kUnknown;
+    /// The state as the service manager words it: "Running", "Stopped", ... "Uninstall".
+    std::string stateText = "Uninstall";
     bool startButtonVisible = false;
     bool startButtonEnabled = false;
-    bool closed = false;        // Running reached: the dialog closes and the login goes on
+    bool stopButtonVisible = false;
+    bool installButtonVisible = false;
+    bool removeButtonVisible = false;
+    /// Install, stop and remove: all but a wait for the start.
+    bool otherButtonsEnabled = false;
+    bool closed = false;        // Running reached in the login's form: the dialog closes, the login goes on
     int32_t elapsedSeconds = 0;
     /// The status text parts: text 367 when running; 515 + "..." + seconds and 463 while starting;
     /// 516 at the limit. The page puts them together with the language.
     int32_t statusTextId = 0;
     int32_t secondTextId = 0;
+    /// The reason the last action failed or was refused; empty after one that worked.
+    std::string failure;
 
-    /// Opening: shows the start button when the service is off (creating it first when absent).
+    /// Opening: reads the state. An absent service is offered for installing, not installed.
     void open();
-    /// The start button.
-    void imgButton_Click();
+    /// The start button; false when refused (not installed) or the start failed at once.
+    bool imgButton_Click();
+    /// The install button; installing a present service does nothing.
+    bool imgInstall_Click();
+    /// The stop button: stops and reads the state again; stopping a stopped service does nothing.
+    bool imgStop_Click();
+    /// The remove button: stops the service and removes it.
+    bool imgRemove_Click();
     /// Timer1, once a second, with the seconds since the start of the wait.
     void Timer1(int32_t elapsed);
     bool waiting() const { return waiting_; }
-    /// The status line: the state's text while nothing is under way (367 running, 463 start
-    /// pending, 514 stop pending, 407 stopped, 513 not installed), else the wait's texts.
+    bool installed() const { return stateText != "Uninstall"; }
+    /// The status line: the reason of a failure; else the state's text while nothing is under way
+    /// (367 running, 463 start pending, 514 stop pending, 407 stopped, 513 not installed); else the
+    /// wait's texts.
     std::string statusText(const base::Language& lang) const;
 
 private:
+    void refresh();
+    void show(int32_t s);
+    bool fail(std::string reason);
+
     LocalServiceControl& control_;
     int32_t limit_;
+    bool forLogin_;
     bool waiting_ = false;
 };
 

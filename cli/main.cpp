@@ -3,16 +3,21 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <string>
+#include <thread>
 
 #include <CLI/CLI.hpp>
 
+#include "app/local_service.h"
 #include "base/lang.h"
 #include "cli/apply.h"
 #include "session/headless.h"
+#include "session/start.h"
 
 namespace {
 
@@ -54,6 +59,52 @@ public:
     }
 };
 
+// The service program: $KELVARRA_SERVICE_PROGRAM, else kelvarra-sim beside this program or in
+// the build tree's sim folder, as the desktop client looks for it.
+std::filesystem::path serviceProgram() {
+    namespace fs = std::filesystem;
+    if (const char* p = std::getenv("KELVARRA_SERVICE_PROGRAM"); p && *p) return p;
+    std::error_code ec;
+    const fs::path dir = fs::read_symlink("/proc/self/exe", ec).parent_path();
+    for (const fs::path& candidate : {dir / "kelvarra-sim", dir / ".." / "sim" / "kelvarra-sim"})
+        if (!ec && fs::exists(candidate, ec)) return fs::weakly_canonical(candidate, ec);
+    return "kelvarra-sim";
+}
+
+// `service ACTION`: the local service of the client's home folder, through the rules of the
+// service-control dialog. Prints the state after the action; 3 with the reason when it failed.
+int runService(const std::string& action, const std::string& manager, int timeoutSeconds, bool verbose) {
+    using namespace kv::app;
+    const LocalServiceSpec setup = ClientLocalService(kv::session::HomeFolder(), serviceProgram());
+    const auto control = manager == "systemd" ? MakeSystemdService(setup)
+                         : manager == "process" ? MakeProcessService(setup)
+                                                : MakeLocalService(setup);
+    if (verbose) std::cerr << control->describe() << "\n";
+    ServiceCtrlModel model(*control, timeoutSeconds, false);
+    model.open();
+    bool ok = true;
+    if (action == "install") ok = model.imgInstall_Click();
+    else if (action == "stop") ok = model.imgStop_Click();
+    else if (action == "remove") ok = model.imgRemove_Click();
+    else if (action == "start") {
+        ok = model.imgButton_Click();
+        const auto begin = std::chrono::steady_clock::now();
+        while (ok && model.waiting()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            const auto elapsed = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin);
+            model.Timer1(static_cast<int32_t>(elapsed.count()));
+        }
+        ok = ok && model.state == service_state::kRunning;
+    }
+    if (!ok) {
+        std::cerr << kTitle << ": service " << action << ": " << (model.failure.empty() ? model.stateText : model.failure)
+                  << "\n";
+        return 3;
+    }
+    std::cout << model.stateText << "\n";
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -82,6 +133,18 @@ int main(int argc, char** argv) {
     applyCmd->add_option("FILE", applyFile, "The JSON document")->required();
     applyCmd->add_flag("--dry-run", dryRun, "Print the plan and the commands, send nothing");
     applyCmd->add_flag("--secrets", secrets, "Print the passwords of the commands in clear");
+    auto* serviceCmd = cli.add_subcommand(
+        "service",
+        "Control the local service of this machine as the desktop client does (its home folder: "
+        "$KELVARRA_HOME). Prints the state afterwards: Running, Stopped, ... or Uninstall.");
+    std::string serviceAction;
+    std::string serviceManager = "auto";
+    serviceCmd->add_option("ACTION", serviceAction, "status, start, stop, install or remove")
+        ->required()
+        ->check(CLI::IsMember({"status", "start", "stop", "install", "remove"}));
+    serviceCmd->add_option("--manager", serviceManager, "auto, systemd or process (a detached process)")
+        ->check(CLI::IsMember({"auto", "systemd", "process"}))
+        ->capture_default_str();
     cli.require_subcommand(1);
     try {
         cli.parse(argc, argv);
@@ -89,6 +152,8 @@ int main(int argc, char** argv) {
         const int rc = cli.exit(e);
         return rc == 0 ? 0 : 2;
     }
+
+    if (serviceCmd->parsed()) return runService(serviceAction, serviceManager, timeoutSeconds, verbose);
 
     // A document that cannot be read ends the run before the login.
     kv::cli::Json document;

@@ -1,4 +1,5 @@
 // kelvarra-sim: the reference service as a program: options, data folder, store, link server, signals.
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -38,12 +39,33 @@ struct Options {
     std::string trafficLog;
     int discoveryPort = 9877;
     std::string portFile;
+    std::string shutdownFile;
 };
 
 fs::path defaultDataDir() {
     if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg && *xdg) return fs::path(xdg) / "kelvarra-sim";
     if (const char* home = std::getenv("HOME"); home && *home) return fs::path(home) / ".local/share/kelvarra-sim";
     return fs::current_path() / "kelvarra-sim";
+}
+
+// The shutdown marker of the local service: four little-endian 32-bit values a0..a3 whose sum
+// a0 + 2*a1 + 4*a2 + 8*a3 is the mark. Written beside and renamed, so a reader never sees half.
+bool writeShutdownMark(const fs::path& file, int mark) {
+    std::string bytes;
+    for (int i = 0; i < 4; ++i) {
+        const uint32_t v = (static_cast<uint32_t>(mark) >> i) & 1u;
+        for (int b = 0; b < 4; ++b) bytes.push_back(static_cast<char>((v >> (8 * b)) & 0xFF));
+    }
+    std::error_code ec;
+    if (file.has_parent_path()) fs::create_directories(file.parent_path(), ec);
+    const fs::path tmp = file.string() + ".part";
+    {
+        std::ofstream out(tmp, std::ios::binary | std::ios::trunc);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        if (!out.flush()) return false;
+    }
+    fs::rename(tmp, file, ec);
+    return !ec;
 }
 
 int fail(const std::string& message) {
@@ -77,6 +99,9 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
     app.add_option("--port-file", o.portFile, "Write the listening port to FILE once listening");
+    app.add_option("--shutdown-file", o.shutdownFile,
+                   "Keep the shutdown marker in FILE: 3 (an unexpected end) while running, 1 after a stop by "
+                   "SIGTERM or SIGINT");
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& e) {
@@ -85,6 +110,11 @@ int main(int argc, char** argv) {
         app.exit(e);
         return 2;
     }
+
+    // Marked as an unexpected end from the start on: only a stop that was asked for replaces it,
+    // so a crash, a kill or a failed start leaves 3 behind.
+    if (!o.shutdownFile.empty() && !writeShutdownMark(o.shutdownFile, 3))
+        return fail("cannot write the shutdown marker " + o.shutdownFile);
 
     const fs::path dataDir = o.data.empty() ? defaultDataDir() : fs::path(o.data);
     std::error_code ec;
@@ -193,5 +223,8 @@ int main(int argc, char** argv) {
     io.run();
     io.restart();
     io.poll();
+    // run() ends only on SIGTERM or SIGINT: a stop that was asked for.
+    if (!o.shutdownFile.empty() && !writeShutdownMark(o.shutdownFile, 1))
+        return fail("cannot write the shutdown marker " + o.shutdownFile);
     return 0;
 }

@@ -124,6 +124,13 @@ bool ClientApp::start() {
     };
     loginForm_ = new LoginForm(login, *loginModel_);
     loginForm_->onServerList = [this] { openServerList(); };
+    if (localService_) {
+        loginForm_->onServiceControl = [this] {
+            ServiceCtrlDialog dialog(loginForm_, *localService_, start_.lang, false);
+            dialog.run();
+            refreshAll();
+        };
+    }
     loginForm_->onClosed = [this] { end(); };
     loginForm_->afterAction = [this] { refreshAll(); };
     prompter_.statusSink = [this](const std::string& text) {

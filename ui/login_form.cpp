@@ -17,6 +17,9 @@
 #include "ui/look.h"
 
 namespace kv::ui {
+namespace {
+constexpr int32_t kTextLocalService = 930;
+}  // namespace
 
 LoginForm::LoginForm(session::LoginController& login, session::LoginFormModel& model) : login_(login), model_(model) {
     setObjectName("formLogin");
@@ -56,6 +59,13 @@ LoginForm::LoginForm(session::LoginController& login, session::LoginFormModel& m
     auto* serverRow = new QHBoxLayout;
     serverRow->addWidget(cmbService, 1);
     serverRow->addWidget(imgServer);
+    // The service on this machine: its state, and start, stop, install or remove it.
+    auto* imgServiceCtrl = new QToolButton;
+    imgServiceCtrl->setObjectName("imgServiceCtrl");
+    imgServiceCtrl->setIcon(Icon("btn-start"));
+    imgServiceCtrl->setIconSize(QSize(20, 20));
+    SetMark(imgServiceCtrl, "TOOLTIP", kTextLocalService);
+    serverRow->addWidget(imgServiceCtrl);
     auto* lbServer = new QLabel;
     Caption(lbServer, 8);
     form->addRow(lbServer, serverRow);
@@ -115,6 +125,9 @@ LoginForm::LoginForm(session::LoginController& login, session::LoginFormModel& m
     binder_.button(imgServer, [this] {
         if (onServerList) onServerList();
     }, {}, [this] { return model_.serverButtonVisible; });
+    binder_.button(imgServiceCtrl, [this] {
+        if (onServiceControl) onServiceControl();
+    }, {}, [this] { return static_cast<bool>(onServiceControl); });
     binder_.combo(
         imgCmbLanguage,
         [this] {

@@ -21,6 +21,8 @@ public:
 
     /// imgServer: the known-server dialog.
     std::function<void()> onServerList;
+    /// The service on this machine's dialog (set only where there is a local service to control).
+    std::function<void()> onServiceControl;
     /// The form was closed before the configuration opened: the program ends.
     std::function<void()> onClosed;
     /// Every action of the form ends here (the owner refreshes).

@@ -13,8 +13,9 @@
 
 namespace kv::ui {
 
-ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& control, const base::Language& lang)
-    : QDialog(parent), model_(control), lang_(lang) {
+ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& control, const base::Language& lang,
+                                     bool forLogin)
+    : QDialog(parent), model_(control, 30, forLogin), lang_(lang) {
     setObjectName("Form_ServiceCtrl");
     Caption(this, 405);
     auto* layout = new QVBoxLayout(this);
@@ -23,6 +24,9 @@ ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& 
     title->setProperty("status", false);
     Caption(title, 405);
     layout->addWidget(title);
+    auto* state = new QLabel;
+    state->setObjectName("lbState");
+    layout->addWidget(state);
     auto* status = new QLabel;
     status->setObjectName("lbStatus");
     status->setWordWrap(true);
@@ -30,14 +34,33 @@ ServiceCtrlDialog::ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& 
     layout->addWidget(status);
     auto* row = new QHBoxLayout;
     row->addStretch();
+    auto* install = new QPushButton("Install");
+    install->setObjectName("imgInstall");
+    row->addWidget(install);
     auto* start = new QPushButton;
     start->setObjectName("imgButton");
     start->setIcon(Icon("btn-start"));
     Caption(start, 72);
     row->addWidget(start);
+    auto* stop = new QPushButton;
+    stop->setObjectName("imgStop");
+    Caption(stop, 919);
+    row->addWidget(stop);
+    auto* remove = new QPushButton;
+    remove->setObjectName("imgRemove");
+    Caption(remove, 861);
+    row->addWidget(remove);
     layout->addLayout(row);
 
+    binder_.label(state, [this] { return model_.stateText; });
     binder_.label(status, [this] { return statusText(); });
+    auto others = [this] { return model_.otherButtonsEnabled; };
+    binder_.button(
+        install, [this] { model_.imgInstall_Click(); }, others, [this] { return model_.installButtonVisible; });
+    binder_.button(
+        stop, [this] { model_.imgStop_Click(); }, others, [this] { return model_.stopButtonVisible; });
+    binder_.button(
+        remove, [this] { model_.imgRemove_Click(); }, others, [this] { return model_.removeButtonVisible; });
     binder_.button(
         start,
         [this] {

@@ -1,4 +1,4 @@
-// Form_ServiceCtrl: starts the local service and waits for it, one tick a second.
+// Form_ServiceCtrl: the local service's state; install, start (waiting for it), stop, remove.
 #pragma once
 
 #include <QDialog>
@@ -15,7 +15,9 @@ namespace kv::ui {
 
 class ServiceCtrlDialog : public QDialog {
 public:
-    ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& control, const base::Language& lang);
+    /// `forLogin`: the login's dialog, which closes as soon as the service runs.
+    ServiceCtrlDialog(QWidget* parent, app::LocalServiceControl& control, const base::Language& lang,
+                      bool forLogin = true);
     /// Shows the dialog modally; the state of the service afterwards.
     int32_t run();
 

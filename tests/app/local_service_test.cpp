@@ -58,6 +58,8 @@ TEST(ProcessService, LifecycleWithTheRealProgram) {
     EXPECT_EQ(svc->query(), service_state::kStopped);
     ASSERT_TRUE(svc->remove());
     EXPECT_EQ(svc->query(), service_state::kUnknown);
+    EXPECT_FALSE(svc->start());
+    EXPECT_EQ(svc->lastError(), "the service is not installed");
 }
 
 TEST(ProcessService, StalePidFileCountsAsStopped) {
@@ -91,16 +93,77 @@ TEST(ServiceCtrl, WaitsForRunningAndGivesUpAtTheLimit) {
     EXPECT_TRUE(m.closed);
 
     ScriptedControl never;
-    never.states = {-2, 1};
+    never.states = {1};
     ServiceCtrlModel n(never, 3);
     n.open();
-    EXPECT_EQ(never.creates, 1) << "an absent service is created first";
     n.imgButton_Click();
     n.Timer1(1);
     n.Timer1(3);
     EXPECT_EQ(n.statusTextId, 516);
     EXPECT_TRUE(n.startButtonEnabled);
     EXPECT_FALSE(n.closed);
+}
+
+// A service whose state follows the operations, as a service manager's does.
+class ManagedControl : public LocalServiceControl {
+public:
+    int32_t state = service_state::kUnknown;
+    int creates = 0, stops = 0, removes = 0;
+    bool refuse = false;  // every operation fails
+    int32_t query() override { return state; }
+    bool create() override { return refuse ? failed("no rights") : (++creates, state = 1, true); }
+    bool start() override { return refuse ? failed("no rights") : (state = 2, true); }
+    bool stop() override { return refuse ? failed("no rights") : (++stops, state = 1, true); }
+    bool remove() override { return refuse ? failed("no rights") : (++removes, state = -2, true); }
+    std::string describe() const override { return "managed"; }
+};
+
+TEST(ServiceCtrl, AbsentServiceIsOfferedForInstallingNotInstalled) {
+    ManagedControl svc;
+    ServiceCtrlModel m(svc);
+    m.open();
+    EXPECT_EQ(svc.creates, 0) << "opening installs nothing";
+    EXPECT_EQ(m.stateText, "Uninstall");
+    EXPECT_TRUE(m.installButtonVisible);
+    EXPECT_FALSE(m.startButtonVisible || m.removeButtonVisible);
+    EXPECT_FALSE(m.imgButton_Click()) << "no start of an absent service";
+    EXPECT_EQ(m.failure, "the service is not installed");
+    ASSERT_TRUE(m.imgInstall_Click());
+    EXPECT_EQ(svc.creates, 1);
+    EXPECT_EQ(m.stateText, "Stopped");
+    EXPECT_FALSE(m.installButtonVisible);
+    EXPECT_TRUE(m.startButtonEnabled && m.removeButtonVisible);
+    EXPECT_TRUE(m.imgInstall_Click()) << "installing twice does nothing";
+    EXPECT_EQ(svc.creates, 1);
+}
+
+TEST(ServiceCtrl, StopsAndRemovesAndReportsFailures) {
+    ManagedControl svc;
+    svc.state = service_state::kRunning;
+    ServiceCtrlModel m(svc, 30, false);
+    m.open();
+    EXPECT_FALSE(m.closed) << "outside the login the dialog stays open on a running service";
+    EXPECT_TRUE(m.stopButtonVisible && !m.startButtonVisible);
+    ASSERT_TRUE(m.imgStop_Click());
+    EXPECT_EQ(svc.stops, 1);
+    EXPECT_EQ(m.stateText, "Stopped");
+    EXPECT_TRUE(!m.stopButtonVisible && m.startButtonVisible);
+    EXPECT_TRUE(m.imgStop_Click()) << "a stopped service needs no stop";
+    EXPECT_EQ(svc.stops, 1);
+    ASSERT_TRUE(m.imgRemove_Click());
+    EXPECT_EQ(svc.removes, 1);
+    EXPECT_EQ(m.stateText, "Uninstall");
+    EXPECT_TRUE(m.installButtonVisible);
+
+    ManagedControl locked;
+    locked.state = service_state::kRunning;
+    locked.refuse = true;
+    ServiceCtrlModel n(locked, 30, false);
+    n.open();
+    EXPECT_FALSE(n.imgStop_Click());
+    EXPECT_EQ(n.failure, "no rights") << "the control's reason reaches the dialog";
+    EXPECT_EQ(n.stateText, "Running");
+    EXPECT_FALSE(n.imgRemove_Click());
 }
 
 TEST(ServiceCtrl, AlreadyRunningClosesAtOnce) {

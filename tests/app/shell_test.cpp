@@ -229,16 +229,11 @@ TEST_F(Shell, ExitSendsItsCommandsInOrderThenUnloads) {
 }
 
 TEST_F(Shell, ExitQuestionYesNoCancel) {
-    struct Case {
-        Answer answer;
-        bool ends;
-        std::vector<size_t> saves;
-        bool dirtyAfter;
-    };
+    struct Case { Answer answer; bool ends; std::vector<size_t> saves; bool dirtyAfter; Journal sent; };
     const Case cases[] = {
-        {Answer::Yes, true, {0}, false},  // saves first, then 32813 because a save reached the service
-        {Answer::No, true, {}, true},     // leaves without saving
-        {Answer::Cancel, false, {}, true},
+        {Answer::Yes, true, {0}, false, {kEnding, kSaved, kEnding}},  // saves, then 32813 as a save reached the service
+        {Answer::No, true, {}, true, {kEnding, kEnding}},             // leaves without saving
+        {Answer::Cancel, false, {}, true, {}},                        // back to the page, with its marks
     };
     for (const Case& c : cases) {
         fresh();
@@ -247,26 +242,16 @@ TEST_F(Shell, ExitQuestionYesNoCancel) {
         shell->setDirty(0, true);
         prompter.script = {c.answer};
         shell->lbMenu_Click(menu::kExit);
-        ASSERT_EQ(prompter.boxes.size(), 1u);
-        EXPECT_EQ(prompter.boxes[0], text(322));
+        EXPECT_EQ(prompter.boxes, std::vector<std::string>{text(322)});
         EXPECT_EQ(shell->ended, c.ends);
         EXPECT_EQ(saved, c.saves);
         EXPECT_EQ(shell->bDirty[0], c.dirtyAfter);
-        const Journal sent = commands();
-        if (c.answer == Answer::Yes) {
-            EXPECT_EQ(sent, (Journal{kEnding, kSaved, kEnding}));
-        }
-        if (c.answer == Answer::No) {
-            EXPECT_EQ(sent, (Journal{kEnding, kEnding}));
-        }
-        if (c.answer == Answer::Cancel) {
-            EXPECT_TRUE(sent.empty());
-            EXPECT_FALSE(dispatcher.bAppEnding);
-            EXPECT_EQ(shell->iCurMenu, menu::kServer) << "back to the page, with its marks";
-            EXPECT_TRUE(shell->bDDNSPoll);
-            EXPECT_EQ(shell->lbMenu[static_cast<size_t>(menu::kExit)].colour, kMenuPlain);
-        }
+        EXPECT_EQ(commands(), c.sent);
+        EXPECT_EQ(dispatcher.bAppEnding, c.ends);
+        if (!c.ends) EXPECT_EQ(shell->iCurMenu, menu::kServer) << "a cancel goes back to the page";
+        if (!c.ends) EXPECT_TRUE(shell->bDDNSPoll) << "with its marks";
     }
+    EXPECT_EQ(shell->lbMenu[static_cast<size_t>(menu::kExit)].colour, kMenuPlain);
 }
 
 TEST_F(Shell, LanguageNoticeComesOnceAndAFailedSaveAsksAgain) {

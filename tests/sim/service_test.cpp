@@ -255,12 +255,7 @@ TEST_F(ServiceTest, portCheckTriesThePortAndKnowsTheServicesOwn) {
     const std::string http = "18080";
     ASSERT_TRUE(store_->put("4100", "<Port>9877</Port><HTTPPort>" + http + "</HTTPPort>"));
     service_->setListenEndpoint("127.0.0.1", own.local_endpoint().port());
-    struct Row {
-        const char* type;
-        std::string port;
-        int ret;
-        const char* available;
-    };
+    struct Row { const char* type; std::string port; int ret; const char* available; };
     const Row rows[] = {
         {"1", busy, 0, "0"},                       // another program holds it
         {"1", std::to_string(freePort), 0, "1"},   // nobody does
@@ -284,22 +279,17 @@ TEST_F(ServiceTest, portCheckTriesThePortAndKnowsTheServicesOwn) {
 }
 
 TEST_F(ServiceTest, theHttpStateTellsWhetherTheWebServerCouldTakeItsPort) {
-    struct Row {
-        const char* stored;
-        uint16_t command;
-        const char* http;
+    const std::pair<const char*, const char*> rows[] = {
+        {"<HTTPPort>80</HTTPPort>", "1"},    // a port of its own
+        {"<HTTPPort>9877</HTTPPort>", "0"},  // the command port: the web server cannot start
+        {"<HTTPPort>0</HTTPPort>", "0"},     // no port
+        {"", "0"},                           // none stored
     };
-    const Row rows[] = {
-        {"<HTTPPort>80</HTTPPort>", 9877, "1"},    // a port of its own
-        {"<HTTPPort>9877</HTTPPort>", 9877, "0"},  // the command port: the web server cannot start
-        {"<HTTPPort>0</HTTPPort>", 9877, "0"},     // no port
-        {"", 9877, "0"},                           // none stored
-    };
-    for (const Row& r : rows) {
-        ASSERT_TRUE(store_->put("4100", std::string("<Port>9877</Port>") + r.stored));
-        service_->setListenEndpoint("127.0.0.1", r.command);
+    for (const auto& [stored, http] : rows) {
+        ASSERT_TRUE(store_->put("4100", std::string("<Port>9877</Port>") + stored));
+        service_->setListenEndpoint("127.0.0.1", 9877);  // the HTTP port is taken when listening starts
         auto status = reply(R"(<CMD ID="40961" />)");
-        EXPECT_EQ(status.text("HTTP"), std::string(r.http)) << r.stored;
+        EXPECT_EQ(status.text("HTTP"), std::string(http)) << stored;
         const int cpu = std::stoi(status.text("CPUUsage"));
         EXPECT_TRUE(cpu >= 0 && cpu <= 100) << cpu;
     }
@@ -309,13 +299,7 @@ TEST_F(ServiceTest, theHttpStateTellsWhetherTheWebServerCouldTakeItsPort) {
 }
 
 TEST_F(ServiceTest, theDdnsTestAsksTheProviderWithTheRequestAndTheStatusWithTheStoredSetting) {
-    struct Row {
-        const char* server;
-        const char* domain;
-        const char* user;
-        const char* password;
-        const char* status;
-    };
+    struct Row { const char* server; const char* domain; const char* user; const char* password; const char* status; };
     const Row rows[] = {
         {"1", "kelvarra-demo.example.net", "ddnsuser", "dd&amp;ns", "1"},  // the demo's own registration
         {"1", "Kelvarra-Demo.example.net ", "ddnsuser", "dd&amp;ns", "1"}, // names compare case-blind

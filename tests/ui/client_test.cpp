@@ -97,6 +97,8 @@ TEST_F(Client, LoginFromTheFormWithAServerAddedInTheListOpensTheConfiguration) {
     ASSERT_TRUE(sim.ok());
     startClient();
     EXPECT_EQ(Find<QLabel>(app->loginForm(), "lbLoginStatus")->text().toStdString(), text(511)) << "nothing known yet";
+    EXPECT_FALSE(Find<QToolButton>(app->loginForm(), "imgServiceCtrl")->isVisible())
+        << "no local service to control: its button is hidden";
     Find<QToolButton>(app->loginForm(), "imgServer")->click();
     ASSERT_TRUE(WaitFor([&] { return app->serverListDialog() && app->serverListDialog()->isVisible(); }));
     QWidget* d = app->serverListDialog();
