@@ -239,7 +239,7 @@ bool ChannelPage::cmdComit_Click(int index) {
 }
 
 bool ChannelPage::save() {
-    if (bApplyPending) return applyPending();
+    if (bApplyPending) return applyPending(true);
     if (!bDirty_) return true;
     if (iSelCH == 0) return false;
     ChannelRecord r = MyCH;
@@ -260,13 +260,20 @@ bool ChannelPage::save() {
     CleanChannelField();
     RefreshList();
     tabChannel = 0;
-    bApplyPending = true;
-    return applyPending();
+    pending_ = MyCH;
+    return applyPending(false);
 }
 
-bool ChannelPage::applyPending() {
+bool ChannelPage::applyPending(bool writeAgain) {
     // The channel reached the service; it takes effect with 40963. A refusal keeps the page
-    // dirty with save (which sends 40963 again) and cancel offered.
+    // dirty with save and cancel offered; the service keeps nothing of a refused notice, so a
+    // second try writes the channel again before the notice.
+    bApplyPending = true;
+    if (writeAgain && !SaveChannel_Setting(link_, pending_, &lastAnswer)) {
+        showMessage(text::kSaveFailed);
+        updateButtons();
+        return false;
+    }
     if (!ApplyChannel_Setting(link_, &lastAnswer)) {
         showMessage(text::kSaveFailed);
         updateButtons();

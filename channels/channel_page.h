@@ -164,7 +164,7 @@ private:
     void updateButtons();
     void lock(bool locked);
     bool save();
-    bool applyPending();
+    bool applyPending(bool writeAgain);
     bool remove();
     void cancel();
     bool preview();
@@ -181,6 +181,7 @@ private:
     std::string title_;
     bool bDirty_ = false;
     bool bRefused_ = false;  // the slot holds a record the service refused
+    ChannelRecord pending_;  // the record whose 40963 is awaited
 };
 
 }  // namespace kv::channels

@@ -196,10 +196,14 @@ std::string SimService::applyChannels(const Call& c) {
     for (const PendingChannel& p : pendingChannels_)
         if (p.sessionId == c.peer.sessionId) bodies.push_back(&p.body);
     if (bodies.empty()) return buildResponse(0, c.cmd.id, c.cmd.userData, "");
-    // Another session may have taken a camera since: then nothing takes effect, and the settings
-    // stay held, so that the session may write them again or send 40963 once more.
+    // Another session may have taken a camera since: then nothing takes effect and nothing stays
+    // held, so that a channel the client gives up on never comes back with a later notice; a
+    // client that tries again writes the channel again.
     std::optional<SimStore::Documents> docs = channelDocuments(bodies);
-    if (!docs) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    if (!docs) {
+        std::erase_if(pendingChannels_, [&](const PendingChannel& p) { return p.sessionId == c.peer.sessionId; });
+        return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
+    }
     docs->emplace_back(kSysLogKey, sysLogWith(512, findCommand(app::cmd::kCommitChannel)->logSubCode, c.peer));
     if (!store_.putAll(*docs)) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");
     std::erase_if(pendingChannels_, [&](const PendingChannel& p) { return p.sessionId == c.peer.sessionId; });

@@ -195,8 +195,8 @@ TEST_F(PageTest, ARefusedSaveKeepsThePageDirtyAndSendsNoApplyNotice) {
     detectNewCamera(5);
     link.replies[24581] = "<RESPONSE RET=\"-1\" ID=\"24581\"><UserData>CONFIG_AP</UserData></RESPONSE>";
 
-    // The channel reached the service but its 40963 was refused: the page stays able to send it
-    // again or to cancel, and the shell's save (area 1) retries only the 40963.
+    // The channel reached the service but its 40963 was refused: the page stays able to try again
+    // or to cancel; the shell's save (area 1) writes the channel again, then the notice.
     link.replies.erase(24581);
     link.replies[40963] = "<RESPONSE RET=\"-1\" ID=\"40963\"/>";
     link.sent.clear();
@@ -208,7 +208,7 @@ TEST_F(PageTest, ARefusedSaveKeepsThePageDirtyAndSendsNoApplyNotice) {
     link.replies.erase(40963);
     link.sent.clear();
     EXPECT_TRUE(page.SaveSetting());
-    EXPECT_EQ(link.ids(), std::vector<int32_t>{40963});
+    EXPECT_EQ(link.ids(), (std::vector<int32_t>{24581, 40963}));
     EXPECT_FALSE(page.dirty());
     EXPECT_EQ(host.calls.back(), "reload");
 

@@ -300,8 +300,12 @@ TEST(SimChannelSessions, SettingsWaitForTheirSessionsApplyNotice) {
     EXPECT_EQ(send(a, apply), "<RESPONSE RET=\"-1\" ID=\"40963\">");
     EXPECT_FALSE(stored(20));
     EXPECT_TRUE(stored(21));
-    // Held still: once the camera is free again, the notice sent again applies it.
+    // Nothing stays held: a later notice applies nothing; written again once the camera is free,
+    // the channel takes effect.
     EXPECT_EQ(send(b, "<CMD ID=\"24581\"><Param><CH>21</CH></Param></CMD>"), ok24581);
+    EXPECT_EQ(send(a, apply), ok40963);
+    EXPECT_FALSE(stored(20));
+    EXPECT_EQ(send(a, addCommand(20, "Mine", kBullet21)), ok24581);
     EXPECT_EQ(send(a, apply), ok40963);
     EXPECT_TRUE(stored(20));
     // A second write of a channel replaces the first rather than checking against it.
