@@ -371,7 +371,8 @@ TEST(SeedWrites, OneChannelsPartReplacesOnlyThatChannelsEntries) {
 // entry of its ID, a removal drops it; a profile's own document follows its list entry.
 TEST(SeedWrites, PosListsKeepTheirEntriesById) {
     auto docs = afterWrite(32825, "<Name>Till 3</Name><SerialPort>COM3</SerialPort>");
-    const auto lastDevice = Reply("32824", docs.at("32824")).r.child("POSDeviceList").last_child();
+    const Reply devices("32824", docs.at("32824"));  // the nodes below live in its document
+    const auto lastDevice = devices.r.child("POSDeviceList").last_child();
     EXPECT_EQ(printed(lastDevice), "<POSDevice><ID>3</ID><Name>Till 3</Name><SerialPort>COM3</SerialPort></POSDevice>");
     docs = afterWrite(32826, "<ID>1</ID><Name>Front</Name>", docs);
     EXPECT_STREQ(Reply("32824", docs.at("32824")).r.child("POSDeviceList").first_child().child_value("Name"), "Front");
