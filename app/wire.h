@@ -1,12 +1,10 @@
 // The codec kit of the subjects: element and attribute builders (free text always escaped),
-// the send of a write with the one result rule, and the shape of a reader pair.
+// and the send of a write with the one result rule.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "app/xml_read.h"
 
 namespace kv::link {
 class ServiceLink;
@@ -37,24 +35,5 @@ bool WriteAccepted(std::string_view reply);
 /// answer's RET is not negative: the result rule of every save. `reply`, when given, receives
 /// the text (a "-" code when the link failed).
 bool SendWrite(link::ServiceLink& link, const std::string& command, std::string* reply = nullptr);
-
-/// The text form of a reader whose document form is `read(const pugi::xml_document&, out...)`:
-/// the reply is parsed once; a text that is not XML reads as an empty document, so the reader
-/// leaves its tables as it does for an answer without data.
-template <class Reader, class... Out>
-auto ReadText(Reader read, std::string_view xml, Out&... out) {
-    return read(ParseReply(xml), out...);
-}
-
-/// Runs a reader's body so that nothing escapes it: a fault ends the reader quietly with what
-/// it filled standing, and the reader reports false.
-template <class Body>
-bool Quietly(Body body) noexcept {
-    try {
-        return body();
-    } catch (...) {
-        return false;
-    }
-}
 
 }  // namespace kv::app
