@@ -40,6 +40,10 @@ void ShellModel::registerPage(int32_t menuIndex, OpenAction open) {
     lbMenu[static_cast<size_t>(menuIndex)].tooltipId = 0;
 }
 
+void ShellModel::registerLeave(int32_t menuIndex, OpenAction leave) {
+    if (menuIndex >= 0 && menuIndex < static_cast<int32_t>(kMenuCount)) leaves_[menuIndex] = std::move(leave);
+}
+
 void ShellModel::registerSave(size_t areaIndex, SaveProcedure save) {
     if (areaIndex < kDirtyCount) saves_[areaIndex] = std::move(save);
 }
@@ -58,6 +62,9 @@ void ShellModel::lbMenu_Click(int32_t index) {
         if (!lbMenu[static_cast<size_t>(index)].enabled) return;
         const int32_t previous = iCurMenu;
         const bool previousPoll = bDDNSPoll;
+        if (index != iCurMenu && index != menu::kSave && index != menu::kExit) {
+            if (const auto it = leaves_.find(previous); it != leaves_.end() && it->second) it->second();
+        }
         if (index != iCurMenu && index != menu::kSave) select(index);
         bDDNSPoll = index == menu::kServer;
         switch (index) {

@@ -132,6 +132,9 @@ public:
     virtual ~ShellPort() = default;
     /// Enables the menu entry with its opening action.
     virtual void registerPage(int32_t menuIndex, OpenAction open) = 0;
+    /// What the page does when another entry is chosen (not Save, not Exit, which asks on its
+    /// own): stops its timer, settles edits it will not keep across pages.
+    virtual void registerLeave(int32_t menuIndex, OpenAction leave) = 0;
     /// Joins the save pipeline with an area's procedure.
     virtual void registerSave(size_t areaIndex, SaveProcedure save) = 0;
     virtual void addMarkHandler(MarkHandler handler) = 0;
@@ -158,6 +161,7 @@ public:
                base::Log& log, const Clock& clock, ShellHost& host, ShellSession session);
 
     void registerPage(int32_t menuIndex, OpenAction open) override;
+    void registerLeave(int32_t menuIndex, OpenAction leave) override;
     void registerSave(size_t areaIndex, SaveProcedure save) override;
     void addMarkHandler(MarkHandler handler) override;
     void setDirty(size_t areaIndex, bool dirty) override;
@@ -235,6 +239,7 @@ private:
     ShellHost& host_;
     ShellSession session_;
     std::map<int32_t, OpenAction> pages_;
+    std::map<int32_t, OpenAction> leaves_;
     std::map<size_t, SaveProcedure> saves_;
     std::vector<MarkHandler> marks_;
     int64_t lastPoll_ = 0;

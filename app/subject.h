@@ -3,6 +3,7 @@
 // the desktop client and kelvarra-ctl each walk one list of subjects.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -32,6 +33,8 @@ struct SubjectServices {
     const Clock& clock;
     ChannelRemoval& removal;
     std::string title;
+    /// The login is to the service on this machine (read once the configuration opened).
+    std::function<bool()> localLogin = [] { return false; };
 };
 
 class Subject {
@@ -43,6 +46,9 @@ public:
     virtual void registerReaders(Dispatcher& dispatcher) = 0;
     /// Its reactions to a removed channel; once, when the session is made.
     virtual void registerRemoval(ChannelRemoval& /*removal*/) {}
+    /// The login is about to ask for the subject's data without waiting: lists the answers
+    /// refill go back to their blank state, so a missing answer leaves no stale rows.
+    virtual void resetBeforeLoad() {}
     /// The configuration opens (the window, or kelvarra-ctl's shell without one): the page
     /// models are made and join the shell with their menu entry, save areas and marks.
     virtual void attach(ShellPort& shell) = 0;

@@ -198,14 +198,31 @@ Json inRecordForm(const Json& list, const ChannelTable& loaded) {
     return out;
 }
 
+// The page's host in a run: the second stream is read from the recording, and switching it off
+// is noted for the saves, where it goes out before the channel's 24581.
+struct RunHost : ChannelPageHost {
+    explicit RunHost(const DualStreamHooks& hooks) : hooks(hooks) {}
+    int16_t dualModeOf(int32_t ch) override { return hooks.dualMode ? hooks.dualMode(ch) : -1; }
+    bool switchDualModeOff(int32_t ch) override {
+        if (!hooks.switchOffSave) return false;
+        dualOff.insert(ch);
+        return true;
+    }
+    const DualStreamHooks& hooks;
+    std::set<int32_t> dualOff;
+};
+
 // One run: the staged tables, the channel page over them, and what it has staged.
 struct Run {
-    Run(const ChannelTables& loaded, Stage& stage)
-        : loaded(loaded), scratch(loaded), page(scratch, stage.link, stage.prompter, stage.lang, clock, host, stage.title) {}
+    Run(const ChannelTables& loaded, Stage& stage, const DualStreamHooks& hooks)
+        : loaded(loaded),
+          scratch(loaded),
+          host(hooks),
+          page(scratch, stage.link, stage.prompter, stage.lang, clock, host, stage.title) {}
     const ChannelTables& loaded;
     ChannelTables scratch;
     app::SystemClock clock;
-    ChannelPageHost host;
+    RunHost host;
     ChannelPage page;
     std::vector<std::pair<int32_t, std::optional<ChannelRecord>>> channels;  // nothing: a removal
     std::map<int32_t, PresetList> presets;
@@ -454,8 +471,9 @@ Json dumpChannels(const ChannelTables& c, const std::optional<app::DumpForm>& sh
 
 }  // namespace
 
-ChannelDocument::ChannelDocument(ChannelTables& tables, link::ServiceLink& link, const app::ChannelRemoval& removal)
-    : tables_(tables), link_(link), removal_(removal) {}
+ChannelDocument::ChannelDocument(ChannelTables& tables, link::ServiceLink& link, const app::ChannelRemoval& removal,
+                                 const DualStreamHooks& dualStream)
+    : tables_(tables), link_(link), removal_(removal), dualStream_(dualStream) {}
 
 ChannelDocument::~ChannelDocument() = default;
 
@@ -489,7 +507,7 @@ void ChannelDocument::stage(const Json& doc, Stage& stage) {
     };
     // The status is the service's to report: a document's values are taken as read.
     if (!changed("strCH") && !changed("Presets")) return;
-    run_ = std::make_unique<Run>(tables_, stage);
+    run_ = std::make_unique<Run>(tables_, stage, dualStream_);
     if (changed("strCH")) stageChannels(given.at("strCH"), *run_, stage);
     if (!stage.refused() && changed("Presets")) stagePresets(given.at("Presets"), *run_, stage);
 }
@@ -556,6 +574,8 @@ void ChannelDocument::saves(Stage& stage, std::vector<PendingSave>& out) {
             continue;
         }
         const ChannelRecord r = *record;
+        // A format without a second stream ends the recording's: that goes out first.
+        if (run_->host.dualOff.count(ch) && dualStream_.switchOffSave) out.push_back(dualStream_.switchOffSave(ch));
         out.push_back({where, Get_Channel_ADD_XML(r),
                        [&link, r](std::string& reply) { return SaveChannel_Setting(link, r, &reply); },
                        [&tables, r] { tables.strCH[static_cast<size_t>(r.CH - 1)] = r; }});

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "app/document.h"
+#include "channels/dual_stream.h"
 #include "channels/records.h"
 
 namespace kv::app {
@@ -20,7 +21,9 @@ struct Run;
 
 class ChannelDocument final : public app::DocumentPart {
 public:
-    ChannelDocument(ChannelTables& tables, link::ServiceLink& link, const app::ChannelRemoval& removal);
+    /// `dualStream` is the subject's: a format change may switch a channel's second stream off.
+    ChannelDocument(ChannelTables& tables, link::ServiceLink& link, const app::ChannelRemoval& removal,
+                    const DualStreamHooks& dualStream);
     ~ChannelDocument() override;
 
     std::vector<std::string> names() const override;
@@ -35,6 +38,7 @@ private:
     ChannelTables& tables_;
     link::ServiceLink& link_;
     const app::ChannelRemoval& removal_;
+    const DualStreamHooks& dualStream_;
     std::unique_ptr<Run> run_;
 };
 

@@ -48,7 +48,7 @@ void ChannelSubject::attach(app::ShellPort& shell) {
 }
 
 std::unique_ptr<app::DocumentPart> ChannelSubject::document() {
-    return std::make_unique<ChannelDocument>(tables_, services_.link, services_.removal);
+    return std::make_unique<ChannelDocument>(tables_, services_.link, services_.removal, dualStream);
 }
 
 void ChannelSubject::tabChannel_Click(int index) {

@@ -9,6 +9,7 @@
 
 #include "app/subject.h"
 #include "channels/channel_page.h"
+#include "channels/dual_stream.h"
 #include "channels/ptz_panel.h"
 #include "channels/records.h"
 #include "channels/search.h"
@@ -37,16 +38,15 @@ public:
     bool gridChannelList_DblClick(int row);
     /// The preview window shows a record (set by the desktop client; nothing without one).
     std::function<void(const ChannelRecord&)> showPreviewWindow;
-    /// The recording's dual stream of a channel, and switching it off (set by the recording
-    /// subject; -1 and false without one).
-    std::function<int16_t(int32_t ch)> dualMode;
-    std::function<bool(int32_t ch)> dualModeOff;
+    /// The recording's second stream of a channel and switching it off (set by the recording
+    /// subject; unknown without one).
+    DualStreamHooks dualStream;
 
 private:
     // ChannelPageHost.
     void channelDirtyChanged(bool dirty) override;
-    int16_t dualModeOf(int32_t ch) override { return dualMode ? dualMode(ch) : -1; }
-    bool switchDualModeOff(int32_t ch) override { return dualModeOff && dualModeOff(ch); }
+    int16_t dualModeOf(int32_t ch) override { return dualStream.dualMode ? dualStream.dualMode(ch) : -1; }
+    bool switchDualModeOff(int32_t ch) override { return dualStream.switchOff && dualStream.switchOff(ch); }
     int32_t openPreview(const ChannelRecord& record, const std::string& command) override;
     void channelRemoved(int32_t ch) override;
     void channelsChanged() override;

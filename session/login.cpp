@@ -291,11 +291,13 @@ void LoginController::sessionStart() {
     prompter_.status(text(375));
     async(app::CommandA(app::cmd::kGetEMapNode, app::userdata::kFormGetRemoteData, "<Type>1</Type>"));
     async(app::CommandA(app::cmd::kGetEMapNode, app::userdata::kFormGetRemoteData, "<Type>0</Type>"));
-    // 13. Recording and storage; the recording settings are asked twice on purpose.
+    // 13. Recording and storage; the recording settings are asked twice on purpose. The disk
+    // list (with the map pictures and the POS table) goes back to one row before its read.
     prompter_.status(text(378));
     async(app::CommandA(app::cmd::kGetStorage, ""));
     async(app::CommandA(app::cmd::kGetRecSettings, ""));
     async(app::CommandA(app::cmd::kGetRecSchedule, ""));
+    if (resetBeforeLoad) resetBeforeLoad();
     async(app::CommandA(app::cmd::kGetDiskSizes, ""));
     async(app::CommandA(app::cmd::kGetRecSettings, ""));
     async(app::CommandC(app::cmd::kGetServiceStatus));

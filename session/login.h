@@ -82,6 +82,9 @@ public:
     bool bEntered = false;  // the configuration window opened
 
 
+    /// Before the sends that are answered later: the subjects reset the lists those answers refill.
+    std::function<void()> resetBeforeLoad;
+
     /// The login button (index 0) or the exit button (index 1).
     void imgLoginBtn_Click(int32_t index);
     /// One tick of the one-second timer.

@@ -35,13 +35,16 @@ size_t QueueExecutor::drain(int timeoutMs) {
 Session::Session(link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang, base::Log& log,
                  LoginHost& host, std::string appTitle, SessionParts parts)
     : login(link, dispatcher, config, prompter, lang, log, host, appTitle), link_(link) {
-    const app::SubjectServices services{link,  dispatcher, prompter, lang, parts.clock ? *parts.clock : systemClock_,
-                                        removal, appTitle};
+    const app::SubjectServices services{link,    dispatcher, prompter, lang, parts.clock ? *parts.clock : systemClock_,
+                                        removal, appTitle,   [this] { return login.bLocalLogin; }};
     subjects_ = MakeSubjects(config, services, parts.serverHost ? *parts.serverHost : defaultServerHost_);
     for (const auto& s : subjects_) {
         s->registerReaders(dispatcher);
         s->registerRemoval(removal);
     }
+    login.resetBeforeLoad = [this] {
+        for (const auto& s : subjects_) s->resetBeforeLoad();
+    };
     // Server information the service pushes rewrites the session's row of the known servers.
     dispatcher.setFollowUp(app::FollowUp::ServiceInfo, [this, &host] {
         if (!login.strService.empty()) host.storeServerTable(login.strService.front(), config.serverInfo);

@@ -33,7 +33,7 @@ protected:
     cli::Parts parts() {
         cli::Parts p;
         p.push_back(std::make_unique<users::UserDocument>(config, config.iMaxChannel));
-        p.push_back(std::make_unique<channels::ChannelDocument>(config, link, removal));
+        p.push_back(std::make_unique<channels::ChannelDocument>(config, link, removal, dualStream));
         return p;
     }
     cli::Json dump() { return cli::Dump(parts()); }
@@ -48,6 +48,7 @@ protected:
     test::AnsweringLink link;
     session::Config config;
     app::ChannelRemoval removal;
+    channels::DualStreamHooks dualStream;
     std::ostringstream out, err;
 };
 
