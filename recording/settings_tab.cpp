@@ -148,7 +148,7 @@ void RecSettingTab::ShowRecSetting() {
     chkRecSetting = {e->Continuous.Active != 0, e->Schedule.Active != 0};
     optRecordingVideo = e->DualMode == 1 ? 1 : 0;
     imgDualModify = optRecordingVideo == 1 ? kPictureTwoStreams : kPictureOneStream;
-    lbDualStream = optRecordingVideo == 1 ? "Dual Stream" : "Single Stream";
+    lbDualStream = lang_.GetText(optRecordingVideo == 1 ? text::kDualStream : text::kSingleStream);
 }
 
 void RecSettingTab::ShoeRecSCDLDetail() {

@@ -28,7 +28,7 @@ namespace kv::recording {
 /// Text ids of the tab's titles and messages.
 namespace text {
 inline constexpr int32_t kEvent = 91, kNoCamera = 122, kContinuous = 142, kSchedule = 143, kManual = 144,
-                         kSaveFailed = 579;
+                         kSaveFailed = 579, kSingleStream = 931, kDualStream = 932;
 }  // namespace text
 
 /// Pictures of `imgDualModify`: one stream, two streams.
