@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <asio.hpp>
@@ -40,6 +41,7 @@ struct Options {
     int discoveryPort = 9877;
     std::string portFile;
     std::string shutdownFile;
+    std::vector<std::string> disks;  // LETTER=FOLDER
 };
 
 fs::path defaultDataDir() {
@@ -102,6 +104,15 @@ int main(int argc, char** argv) {
     app.add_option("--shutdown-file", o.shutdownFile,
                    "Keep the shutdown marker in FILE: 3 (an unexpected end) while running, 1 after a stop by "
                    "SIGTERM or SIGINT");
+    app.add_option("--disk", o.disks,
+                   "Disk LETTER=FOLDER the service reports and records on, repeatable (default: C, D and E under "
+                   "DATA/disks)")
+        ->check(CLI::Validator(
+            [](std::string& value) {
+                const auto disk = kv::sim::parseDiskMapping(value);
+                return disk ? std::string() : disk.error();
+            },
+            "LETTER=FOLDER"));
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& e) {
@@ -121,6 +132,17 @@ int main(int argc, char** argv) {
     fs::create_directories(dataDir, ec);
     if (ec || !fs::is_directory(dataDir)) return fail("cannot create the data folder " + dataDir.string() + ": " + ec.message());
 
+    kv::sim::DiskMap disks;
+    for (const std::string& value : o.disks) {
+        const auto disk = kv::sim::parseDiskMapping(value);
+        if (!disks.emplace(disk->first, disk->second).second) {
+            std::cerr << "kelvarra-sim: --disk: disk " << disk->first << " is given twice\n";
+            return 2;
+        }
+    }
+    if (disks.empty()) disks = kv::sim::defaultDisks(dataDir);
+    if (std::string error; !kv::sim::makeDiskFolders(disks, &error)) return fail(error);
+
     auto opened = kv::sim::SimStore::open(dataDir / "kelvarra-sim.db", o.reset);
     if (!opened) return fail(opened.error());
     kv::sim::SimStore& store = *opened.value();
@@ -131,6 +153,8 @@ int main(int argc, char** argv) {
         // The marker keeps a store that was seeded empty from being seeded again.
         docs.emplace_back("seed", o.seed);
         if (!store.putAll(docs)) return fail("cannot write the seed configuration into the store");
+        // The demo has recorded: its storage folders hold the first cameras' folders.
+        if (o.seed != "empty") kv::sim::makeFoldersOnDisks(disks, kv::sim::demoRecordingFolders());
     }
 
     std::unique_ptr<kv::sim::TrafficLog> traffic;
@@ -154,6 +178,7 @@ int main(int argc, char** argv) {
     asio::io_context io;
     kv::sim::ServiceOptions so;
     so.dataDir = dataDir;
+    so.disks = disks;
     so.version = o.version;
     so.denyRemote = o.denyRemote;
     so.noRemote = o.noRemote;
@@ -161,6 +186,7 @@ int main(int argc, char** argv) {
     so.silent = o.silent;
     so.loopbackIsRemote = o.loopbackIsRemote;
     kv::sim::SimService service(io, store, so, traffic.get());
+    service.makeStorageFolders();
 
     kv::link::LinkServer::Options lo;
     lo.address = o.listen;

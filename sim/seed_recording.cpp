@@ -1,5 +1,9 @@
-// Recording settings (32783), recording schedule (32808), storage (32785) and disks (32815).
+// Recording settings (32783), recording schedule (32808), storage (32785) and the folders the
+// demo's recordings lie in.
+#include <iterator>
+
 #include "sim/seed_internal.h"
+#include "sim/service.h"
 
 namespace kv::sim::seed {
 namespace {
@@ -70,20 +74,8 @@ std::string recSchedule() {
     return wrap("EnableList", out);
 }
 
-std::string disks() {
-    struct Disk {
-        const char* path;
-        int freeGB, totalGB;
-    };
-    const Disk list[] = {{"C:\\", 85, 237}, {"D:\\", 1210, 1863}, {"E:\\", 1544, 1863}};
-    std::string out;
-    int id = 1;
-    for (const Disk& d : list) {
-        out += "<HDPath" + attr("ID", id++) + attr("Path", d.path) + ">" + elem("FreeSpaceGB", d.freeGB) +
-               elem("TotalSpaceGB", d.totalGB) + "</HDPath>";
-    }
-    return wrap("HDPathList", out);
-}
+// The demo records into two folders, one on each data disk.
+constexpr const char* kDemoPaths[] = {"D:\\Record\\", "E:\\Record\\"};
 
 }  // namespace
 
@@ -91,10 +83,22 @@ void addRecordingDocuments(Documents& docs, bool demo) {
     docs.emplace_back("32783", demo ? recSettings() : wrap("RecSettingList", ""));
     docs.emplace_back("32808", demo ? recSchedule() : wrap("EnableList", ""));
     // Retention in hours, reserve in megabytes: 30 days and 10 GB.
-    const std::string paths = demo ? elem("FilePath", "D:\\Record\\") + elem("FilePath", "E:\\Record\\") : "";
+    std::string paths;
+    if (demo)
+        for (const char* path : kDemoPaths) paths += elem("FilePath", path);
     docs.emplace_back("32785", elem("RetainTime", 720) + elem("ReservedSpace", 10240) + wrap("FilePathList", paths));
-    // The disks are the machine's, configured or not.
-    docs.emplace_back("32815", disks());
 }
 
 }  // namespace kv::sim::seed
+
+namespace kv::sim {
+
+std::vector<std::string> demoRecordingFolders() {
+    // A recorder keeps one folder a camera in each storage path; the first cameras have recorded.
+    std::vector<std::string> folders(std::begin(seed::kDemoPaths), std::end(seed::kDemoPaths));
+    for (const char* camera : {"Cam01", "Cam02", "Cam03", "Cam04"})
+        folders.push_back(std::string(seed::kDemoPaths[0]) + camera + "\\");
+    return folders;
+}
+
+}  // namespace kv::sim

@@ -1,6 +1,8 @@
 // How the write commands of the configuration change the stored documents: the client's set form
 // turned into the reply form.
 #include <algorithm>
+#include <bitset>
+#include <charconv>
 #include <functional>
 #include <sstream>
 
@@ -150,6 +152,34 @@ Documents schedule(const CommandRow& row, pugi::xml_node p, const DocumentLookup
     }
     const std::string key(row.key);
     return one(key, mergeDocument(lookup(current, key), {{"EnableList", entries}}, chAttribute, ch));
+}
+
+Documents recSchedule(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
+    // A recorder runs a whole week: each day once, one slot for each quarter hour.
+    std::bitset<7> days;
+    for (const pugi::xml_node e : p.child("EnableList").children("Enable")) {
+        const std::string_view day = e.attribute("Day").value(), slots = e.text().get();
+        if (day.size() != 1 || day[0] < '0' || day[0] > '6' || days.test(static_cast<size_t>(day[0] - '0'))) return {};
+        days.set(static_cast<size_t>(day[0] - '0'));
+        if (slots.size() != 96 || slots.find_first_not_of("01") != std::string_view::npos) return {};
+    }
+    if (!days.all()) return {};
+    return schedule(row, p, current);
+}
+
+Documents storage(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {
+    // Hours and megabytes, as the recorder counts them in 32 bits.
+    for (const char* name : {"RetainTime", "ReservedSpace"}) {
+        const std::string_view text = p.child(name).text().get();
+        int32_t value = 0;
+        const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (text.empty() || text[0] == '-' || ec != std::errc() || end != text.data() + text.size())
+            return {};
+    }
+    // Folders: the recorder joins its file names to them.
+    for (const pugi::xml_node f : p.child("FilePathList").children("FilePath"))
+        if (!std::string_view(f.text().get()).ends_with('\\')) return {};
+    return wholeDocument(row, p, current);
 }
 
 Documents analytics(const CommandRow& row, pugi::xml_node p, const DocumentLookup& current) {

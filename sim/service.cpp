@@ -146,7 +146,11 @@ std::string SimService::readExisting(const Call& c) {
 }
 
 std::string SimService::write(const Call& c) {
-    auto docs = documentsFromWrite(c.cmd.id, c.cmd.paramBody, [this](const std::string& key) { return store_.get(key); });
+    return commit(c, documentsFromWrite(c.cmd.id, c.cmd.paramBody,
+                                        [this](const std::string& key) { return store_.get(key); }));
+}
+
+std::string SimService::commit(const Call& c, SimStore::Documents docs) {
     // A write the service refuses, or whose body cannot be read, changes nothing and says so; the
     // documents it changes land together or not at all, with the system log's row about them.
     if (docs.empty()) return buildResponse(-1, c.cmd.id, c.cmd.userData, "");

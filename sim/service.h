@@ -1,5 +1,6 @@
 // The reference service behind the link: answers commands from the stored configuration, checks
-// accounts and admission, serves map pictures, runs exports and answers discovery.
+// accounts and admission, maps its disks onto local folders, serves map pictures, runs exports and
+// answers discovery.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +10,13 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <asio.hpp>
 
+#include "base/result.h"
 #include "link/server_handler.h"
 #include "sim/commands.h"
 #include "sim/probe.h"
@@ -31,8 +35,27 @@ std::optional<uint16_t> storedCommandPort(const SimStore& store);
 /// The notice that tells every client the service is about to restart.
 inline constexpr const char* kRebootNotice = "<NOTIFY><Reboot>1</Reboot></NOTIFY>";
 
+/// The service's disks: a drive letter ('A'..'Z') and the folder that stands for its root.
+using DiskMap = std::map<char, std::filesystem::path>;
+
+/// A `--disk` value, "C=/some/folder" (the letter case-blind), as a letter and a folder; the reason
+/// when it is none.
+base::Result<std::pair<char, std::filesystem::path>> parseDiskMapping(std::string_view value);
+/// The disks of a start without `--disk`: C, D and E under `dataDir/disks`.
+DiskMap defaultDisks(const std::filesystem::path& dataDir);
+/// Makes the folder of every disk; false with the reason when one cannot be made.
+bool makeDiskFolders(const DiskMap& disks, std::string* error);
+/// The local folder of a path of the service's machine ("D:\Record\", "\" or "/" between the
+/// parts): nothing when its drive is not mapped, it is no drive path, or it leaves its disk.
+std::optional<std::filesystem::path> diskFolder(const DiskMap& disks, std::string_view path);
+/// Makes the folders of `paths` that lie on a mapped disk, as a recorder makes its recording folders.
+void makeFoldersOnDisks(const DiskMap& disks, const std::vector<std::string>& paths);
+/// The folders of the demo's recordings, laid out on its disks when the demo is seeded.
+std::vector<std::string> demoRecordingFolders();
+
 struct ServiceOptions {
     std::filesystem::path dataDir;  // "Map/" and "Export/" live here
+    DiskMap disks;                  // the drives 32815 reports and 32816 and 32786 resolve
     std::string version;            // replaces the stored Version of the server information when set
     bool denyRemote = false;        // remote logins get -11
     bool noRemote = false;          // remote logins get -12
@@ -53,6 +76,8 @@ public:
     /// The service listens on `port` and serves the stored HTTP port: both are taken at the start, so
     /// ports saved later take effect at the next start.
     void setListenEndpoint(std::string address, uint16_t port);
+    /// Makes the folders of the stored storage paths, as the recorder does at its start.
+    void makeStorageFolders();
     /// Adds a row to the system log (code and sub-code of the log's table) made by `peer`.
     void logEvent(int32_t code, int32_t subCode, const link::PeerInfo& peer);
 
@@ -98,6 +123,9 @@ private:
     /// A read of one document the request names (a POS profile): RET -1 when there is none.
     std::string readExisting(const Call& call);
     std::string write(const Call& call);
+    /// Stores the documents of a write with its system-log row: RET 0, or RET -1 when there are
+    /// none or the store fails.
+    std::string commit(const Call& call, SimStore::Documents docs);
     /// 24581: a removal takes effect at once; a channel's settings wait for the session's 40963.
     std::string writeChannel(const Call& call);
     /// 40963: the session's channel writes take effect, all or none.
@@ -131,6 +159,13 @@ private:
     std::string selectPresetPoint(const Call& call);
     std::string fisheyeMode(const Call& call);
     std::string previewCamera(const Call& call);
+    // The disks, their folders and the storage write, in service_disks.cpp.
+    /// 32815: each disk's free and total space, from its file system.
+    std::string diskSpace(const Call& call);
+    /// 32816: the folders under `ParentPath`, the parent first.
+    std::string listFolders(const Call& call);
+    /// 32786: the paths must lie on mapped disks; their folders are made before the setting is stored.
+    std::string writeStorage(const Call& call);
 
     /// The open query a log command names, or nullptr (its answer then is RET -1).
     Query* queryOf(const Command& cmd);

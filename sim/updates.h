@@ -17,6 +17,12 @@ Documents serverInfo(const CommandRow& row, pugi::xml_node param, const Document
 Documents recSettings(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
 /// One channel's seven days of a schedule.
 Documents schedule(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
+/// One channel's recording week: refused unless it has the days 0..6 once each, every one 96 slots
+/// of "0" or "1".
+Documents recSchedule(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
+/// The storage setting, whole: refused unless `RetainTime` and `ReservedSpace` are whole numbers
+/// 0..2147483647 and every `FilePath` closes with "\".
+Documents storage(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
 /// One channel's entry in each analytics list written.
 Documents analytics(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
 /// One channel's motion or face-counting mask.

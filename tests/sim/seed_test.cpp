@@ -73,13 +73,14 @@ Docs afterWrite(int id, const std::string& param, Docs docs = demo()) {
     return docs;
 }
 
-// Every read of the login, with the Param it carries.
+// Every read of the login that answers a stored document, with the Param it carries (the disks,
+// 32815, are the service's file systems).
 const std::pair<int, const char*> kLoginReads[] = {
     {32801, ""}, {4100, ""}, {32803, ""}, {32837, ""}, {24582, "<CHList><CH>1</CH></CHList>"}, {32787, ""},
     {32794, "<CH>0</CH>"}, {32792, "<CH>0</CH>"}, {32796, "<CH>0</CH>"}, {32820, "<CH>0</CH>"}, {32811, ""},
     {32828, ""}, {32777, ""}, {32778, ""}, {32809, ""}, {32772, ""}, {32773, ""}, {32774, ""}, {32805, ""},
     {32780, ""}, {32799, ""}, {4098, "<Type>1</Type>"}, {4098, "<Type>0</Type>"}, {32785, ""}, {32783, ""},
-    {32808, ""}, {32815, ""}, {32824, ""}, {32832, ""}, {40994, ""}, {24578, ""},
+    {32808, ""}, {32824, ""}, {32832, ""}, {40994, ""}, {24578, ""},
 };
 
 }  // namespace

@@ -79,7 +79,7 @@ TEST_F(ServiceTest, readsAnswerTheStoredDocumentOfTheirKey) {
     EXPECT_EQ(reply(R"(<CMD ID="32833"><UserData>ID=3</UserData><Param><ID>3</ID></Param></CMD>)").text("Name"), "three");
     EXPECT_EQ(reply(R"(<CMD ID="32833"><UserData>ID=9</UserData><Param><ID>9</ID></Param></CMD>)").ret, -1);
     // A known read with nothing stored answers an empty body, not a failure.
-    EXPECT_EQ(send(withParam(32815, "")), R"(<RESPONSE RET="0" ID="32815"><UserData>CONFIG_AP</UserData></RESPONSE>)");
+    EXPECT_EQ(send(withParam(32785, "")), R"(<RESPONSE RET="0" ID="32785"><UserData>CONFIG_AP</UserData></RESPONSE>)");
 
     auto info = reply(withParam(4100, ""));
     EXPECT_EQ(info.id, 32790) << "answered as the pushed server information";
