@@ -11,6 +11,7 @@
 
 namespace kv::base {
 class Language;
+class Log;
 }
 namespace kv::link {
 class ServiceLink;
@@ -35,6 +36,8 @@ struct SubjectServices {
     std::string title;
     /// The login is to the service on this machine (read once the configuration opened).
     std::function<bool()> localLogin = [] { return false; };
+    /// The client's log file; none in tests that do not read it.
+    base::Log* log = nullptr;
 };
 
 class Subject {

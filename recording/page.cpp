@@ -40,6 +40,18 @@ bool RecordingPage::SelectChannel(int32_t ch) {
     return true;
 }
 
+bool RecordingPage::cmbRecSetting_CH_Click(int item) {
+    if (!settings.cmbRecSetting_CH_Click(item)) return false;
+    schedule.SelectChannel(settings.channel());
+    return true;
+}
+
+bool RecordingPage::gridRec2_RightClick(int row) {
+    if (!settings.gridRec2_RightClick(row)) return false;
+    schedule.SelectChannel(settings.channel());
+    return true;
+}
+
 bool RecordingPage::LeaveSchedule() {
     if (!schedule.dirty()) return true;
     const app::Answer a = prompter_.box(app::BoxKind::YesNo, lang_.GetText(text::kSaveFirst), title_);

@@ -40,6 +40,9 @@ public:
     void tabREC_Click(int index);
     /// The channel both the settings and the schedule show.
     bool SelectChannel(int32_t ch);
+    /// The channel combo and a right click on the mode overview: both tabs follow.
+    bool cmbRecSetting_CH_Click(int item);
+    bool gridRec2_RightClick(int row);
     /// A week painted and not saved: 322; Yes saves it, No drops it. True when the week is
     /// settled (saved, dropped or clean).
     bool LeaveSchedule();

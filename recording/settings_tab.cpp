@@ -86,6 +86,7 @@ void RecSettingTab::ShowRecInfo() {
         if (!strRecSetTmp[i].Edited) strRecSetTmp[i] = strRecSet_[i];
     fillChannelCombo();
     ShowRecSetting();
+    ShoeRecSCDLDetail();
     updateButtons();
 }
 

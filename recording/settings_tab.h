@@ -28,7 +28,7 @@ namespace kv::recording {
 /// Text ids of the tab's titles and messages.
 namespace text {
 inline constexpr int32_t kEvent = 91, kNoCamera = 122, kContinuous = 142, kSchedule = 143, kManual = 144,
-                         kSaveFailed = 579, kSingleStream = 931, kDualStream = 932;
+                         kSaveFailed = 579, kSingleStream = 968, kDualStream = 969;
 }  // namespace text
 
 /// Pictures of `imgDualModify`: one stream, two streams.
@@ -126,6 +126,8 @@ public:
     /// The dialog's store button: its values into the working entry, which becomes edited; the
     /// dialog closes.
     bool dualDialogCommit(base::Log* log);
+    /// The dialog closed without storing: the working entry keeps what it had.
+    void dualDialogCancel() { dualDialog.reset(); }
 
     /// The channel page changes a format the camera cannot send beside a second stream: DualMode 0
     /// and 32784 for that channel at once. When the send fails the working entry keeps the change,

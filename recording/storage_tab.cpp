@@ -76,7 +76,8 @@ void StorageTab::markEdited() {
     showSaveBtn();
 }
 
-bool StorageTab::txtStorage_KeyPress(int key) const { return isDigit(key); }
+// Digits only; Backspace still edits the field.
+bool StorageTab::txtStorage_KeyPress(int key) const { return key == 8 || isDigit(key); }
 
 bool StorageTab::txtReserveSize_KeyPress(int key) const {
     return key == 13 || key == 8 || key == 9 || key == 27 || isDigit(key);

@@ -128,6 +128,10 @@ bool RecordingSubject::saveStorage() {
     return ok;
 }
 
+bool RecordingSubject::commitDualDialog() {
+    return page_ && act([this] { return page_->settings.dualDialogCommit(services_.log); });
+}
+
 void RecordingSubject::syncShell() {
     if (!shell_ || !page_) return;
     shell_->setDirty(app::area::kStorage, page_->storage.dirty());

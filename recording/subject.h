@@ -46,6 +46,8 @@ public:
     bool saveSettings();
     bool saveSchedule();
     bool saveStorage();
+    /// The second-stream dialog's store button; the client's log records it.
+    bool commitDualDialog();
     /// After any action of the page: the shell's areas follow the tabs.
     void syncShell();
 

@@ -36,7 +36,8 @@ Session::Session(link::ServiceLink& link, app::Prompter& prompter, const base::L
                  LoginHost& host, std::string appTitle, SessionParts parts)
     : login(link, dispatcher, config, prompter, lang, log, host, appTitle), link_(link) {
     const app::SubjectServices services{link,    dispatcher, prompter, lang, parts.clock ? *parts.clock : systemClock_,
-                                        removal, appTitle,   [this] { return login.bLocalLogin; }};
+                                        removal, appTitle,   [this] { return login.bLocalLogin; },
+                                        &log};
     subjects_ = MakeSubjects(config, services, parts.serverHost ? *parts.serverHost : defaultServerHost_);
     for (const auto& s : subjects_) {
         s->registerReaders(dispatcher);

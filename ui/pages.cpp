@@ -4,8 +4,10 @@
 #include "admin/subject.h"
 #include "app/shell.h"
 #include "channels/subject.h"
+#include "recording/subject.h"
 #include "session/session.h"
 #include "ui/channel_page.h"
+#include "ui/recording_page.h"
 #include "ui/server_page.h"
 #include "ui/user_page.h"
 #include "users/subject.h"
@@ -24,6 +26,10 @@ const std::vector<PageFactory>& PageFactories() {
          }},
         {app::menu::kUser,
          [](const PageDeps& d) -> Page* { return new UserPage(*d.session.subject<users::UsersSubject>(), d.lang); }},
+        {app::menu::kRecording,
+         [](const PageDeps& d) -> Page* {
+             return new RecordingPage(*d.session.subject<recording::RecordingSubject>(), d.lang);
+         }},
     };
     return factories;
 }

@@ -15,6 +15,7 @@
 #include "ui/client_app.h"
 #include "ui/config_window.h"
 #include "ui/login_form.h"
+#include "ui/recording_tour.h"
 #include "ui/server_list_dialog.h"
 #include "ui/user_tour.h"
 
@@ -157,6 +158,8 @@ void Tour::buildSteps() {
         steps_.push_back({std::move(s.run), s.timeoutMs});
     AddChannelTourSteps(client_, [this](QWidget* w, const QString& n) { grab(w, n); },
                         [this](std::function<bool()> run, int ms) { steps_.push_back({std::move(run), ms}); });
+    AddRecordingTourSteps(client_, [this](QWidget* w, const QString& n) { grab(w, n); },
+                          [this](std::function<bool()> run, int ms) { steps_.push_back({std::move(run), ms}); });
     // An edit waiting to be saved, then the exit question about it.
     steps_.push_back({[this] {
         client_.shell()->lbMenu_Click(app::menu::kServer);

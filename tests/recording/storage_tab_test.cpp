@@ -158,7 +158,7 @@ TEST_F(StorageTabTest, KeyFiltersAndFieldChanges) {
     struct Key { int key; bool retention, reserve; };
     const Key keys[] = {
         {'0', true, true}, {'9', true, true},      // digits reach both
-        {8, false, true}, {13, false, true},       // backspace and enter only the reserve
+        {8, true, true}, {13, false, true},        // backspace edits both; enter only the reserve
         {9, false, true}, {27, false, true},       // tab and escape likewise
         {'-', false, false}, {'.', false, false},  // no signs, no fractions
         {'a', false, false}, {'/', false, false},  // '/' and ':' frame the digits
