@@ -874,9 +874,9 @@ QWidget* RecordingPage::buildStorageTab() {
         pathsModel->show(heads, std::move(rows));
     });
     grid->horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
-    grid->setColumnWidth(0, 200);
-    grid->setColumnWidth(1, 80);
-    grid->setColumnWidth(2, 130);
+    grid->setColumnWidth(0, 180);
+    grid->setColumnWidth(1, 70);
+    grid->setColumnWidth(2, 170);
     grid->horizontalHeader()->setStretchLastSection(true);
     QObject::connect(grid, &QTableView::clicked, this, [this, &m](const QModelIndex& index) {
         if (index.column() != 1 || index.row() >= static_cast<int>(m.gridStorage.size())) return;
