@@ -148,3 +148,31 @@ TEST_F(CtlRecording, ARefusedDocumentSendsNothing) {
 }
 
 }  // namespace
+
+// A channel whose new format leaves the camera no second stream: its recording's second stream
+// goes off, and that write goes out before the channel's own.
+TEST_F(CtlRecording, AFormatWithoutSecondStreamEndsItBeforeTheChannelIsWritten) {
+    Json doc = dump_;
+    ofChannel(doc["strRecSet"], 6)["DualMode"] = 1;
+    auto r = apply(doc);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+
+    const size_t before = changes(dir_ / "traffic.log").size();
+    doc = Json::parse(ctl(sim_.port()).out);
+    Json& cam = ofChannel(doc["strCH"], 6);
+    ASSERT_EQ(cam["FMT"], "jpeg");
+    cam["FMT"] = "mpeg4";
+    cam["RateControl"] = 0;  // the format's own choices: VBR with a quality and a GOP
+    cam["GOP"] = 30;
+    r = apply(doc);
+    ASSERT_EQ(r.exitCode, 0) << r.err << r.out;
+    const std::vector<std::string> sent = changes(dir_ / "traffic.log");
+    ASSERT_GE(sent.size(), before + 3);
+    EXPECT_EQ(sent[before].rfind("<CMD ID=\"32784\"><UserData>CONFIG_AP</UserData><Param><CH>6</CH>", 0), 0u)
+        << sent[before];
+    EXPECT_NE(sent[before].find("<DualMode>0</DualMode>"), std::string::npos);
+    EXPECT_EQ(sent[before + 1].rfind("<CMD ID=\"24581\"", 0), 0u) << sent[before + 1];
+    EXPECT_EQ(sent[before + 2], "<CMD ID=\"40963\" />");
+    Json again = Json::parse(ctl(sim_.port()).out);
+    EXPECT_EQ(ofChannel(again["strRecSet"], 6)["DualMode"], 0);
+}
