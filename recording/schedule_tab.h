@@ -80,7 +80,8 @@ public:
     void Refresh();
     /// Shows channel `ch`; without a camera, message 122 and nothing changes.
     bool SelectChannel(int32_t ch);
-    /// The rectangles of one day's picture: none for an empty day, else one a slot, green for "1".
+    /// The rectangles of one day's picture (`picSlice`): none for an empty day, else one a slot,
+    /// green for "1".
     static std::vector<SliceRect> PaintGridSlice(std::string_view day);
 
     /// The mouse on `gridRec4`; a completed drag stores the grid's week into the working copy and

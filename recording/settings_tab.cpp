@@ -112,7 +112,7 @@ bool RecSettingTab::selectItem(int32_t ch) {
     return false;
 }
 
-void RecSettingTab::cleanFields() {
+void RecSettingTab::CleanRecSetFirld() {
     for (app::ComboBox& c : cmbRecSettingFPS) c.index = -1;
     cmbRecSettingIFrame.index = -1;
     fillAlarmCombo(cmbRecSettingPreAlarm, kPreAlarmSeconds, kPreAlarmSeconds[0]);
@@ -134,7 +134,7 @@ void RecSettingTab::ShowRecSetting() {
     const Filling quiet(bFilling);
     const RecSetRecord* e = shownEntry();
     if (!e) {
-        cleanFields();
+        CleanRecSetFirld();
         return;
     }
     for (int m = 0; m < kModeCount; ++m) {

@@ -141,7 +141,8 @@ private:
     bool configured(int32_t ch) const;
     RecSetRecord* shownEntry();
     void fillChannelCombo();
-    void cleanFields();
+    /// Empties the fields (no channel to show).
+    void CleanRecSetFirld();
     void fillAlarmCombo(app::ComboBox& combo, std::span<const int16_t> defaults, int16_t value);
     bool selectItem(int32_t ch);
     void edited(RecSetRecord& e);

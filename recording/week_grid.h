@@ -34,7 +34,7 @@ struct WeekGridGeometry {
     bool operator==(const WeekGridGeometry&) const = default;
 };
 
-/// The rubber band of a drag, in whole cells (first <= last).
+/// The rubber band of a drag (the overlay `txtRecSCDL`), in whole cells (first <= last).
 struct WeekGridBand {
     int firstSlot = 1, lastSlot = 1;
     int firstRow = 1, lastRow = 1;
