@@ -16,6 +16,8 @@
 #include "app/local_service.h"
 #include "base/lang.h"
 #include "cli/apply.h"
+#include "events/destination_test.h"
+#include "events/document.h"
 #include "session/headless.h"
 #include "session/start.h"
 
@@ -105,6 +107,27 @@ int runService(const std::string& action, const std::string& manager, int timeou
     return 0;
 }
 
+// `test-destination KIND ID`: the test of a loaded destination, its report on stdout; 0 when it
+// worked, 4 when it did not.
+int testDestination(const kv::cli::Parts& parts, const std::string& kind, int16_t id) {
+    const kv::events::EventDocument* events = nullptr;
+    for (const auto& p : parts)
+        if (const auto* e = dynamic_cast<const kv::events::EventDocument*>(p.get())) events = e;
+    if (!events) {
+        std::cerr << kTitle << ": this version has no event destinations\n";
+        return 2;
+    }
+    const int k = kind == "mail" ? kv::events::kMail
+                  : kind == "ftp"  ? kv::events::kFTP
+                  : kind == "http" ? kv::events::kHTTP
+                                   : kv::events::kTCP;
+    const kv::events::ProbeReport report =
+        kv::events::TestDestination(events->tables(), k, id, std::chrono::seconds(10));
+    const std::string text = report.text();
+    std::cout << text << (text.ends_with('\n') ? "" : "\n");
+    return report.ok ? 0 : 4;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -145,6 +168,18 @@ int main(int argc, char** argv) {
     serviceCmd->add_option("--manager", serviceManager, "auto, systemd or process (a detached process)")
         ->check(CLI::IsMember({"auto", "systemd", "process"}))
         ->capture_default_str();
+    auto* testCmd = cli.add_subcommand(
+        "test-destination",
+        "Try a notification destination from this machine: a test mail, file, request or line goes straight to "
+        "it and every step is reported. Exit 0 when it worked, 4 when it did not.");
+    std::string testKind;
+    int testId = 0;
+    testCmd->add_option("KIND", testKind, "mail, ftp, http or tcp")
+        ->required()
+        ->check(CLI::IsMember({"mail", "ftp", "http", "tcp"}));
+    testCmd->add_option("ID", testId, "The destination's ID, as dump prints it")
+        ->required()
+        ->check(CLI::Range(1, 32767));
     cli.require_subcommand(1);
     try {
         cli.parse(argc, argv);
@@ -189,6 +224,7 @@ int main(int argc, char** argv) {
     if (dumpCmd->parsed()) std::cout << kv::cli::Dump(parts, {.secrets = secrets}).dump(2) << "\n";
     if (loginCmd->parsed() && verbose) std::cerr << "logged in\n";
     int rc = 0;
+    if (testCmd->parsed()) rc = testDestination(parts, testKind, static_cast<int16_t>(testId));
     if (applyCmd->parsed())
         rc = kv::cli::Apply(document, parts, client.link(), lang, std::cout, std::cerr,
                             {.dryRun = dryRun, .secrets = secrets, .echo = &client.link()});

@@ -3,6 +3,7 @@
 
 #include "admin/subject.h"
 #include "channels/subject.h"
+#include "events/subject.h"
 #include "recording/subject.h"
 #include "users/subject.h"
 
@@ -17,6 +18,7 @@ SubjectList MakeSubjects(Config& c, const app::SubjectServices& s, admin::Server
     auto recording = std::make_unique<recording::RecordingSubject>(c, s, channelSubject.get());
     list.push_back(std::move(channelSubject));
     list.push_back(std::move(recording));
+    list.push_back(std::make_unique<events::EventsSubject>(s));
     return list;
 }
 

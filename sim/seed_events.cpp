@@ -1,9 +1,62 @@
 // Event handling: destinations (32772, 32773, 32774, 32805, 32780, 32799), action groups (32778),
-// event actions (32777) and the event schedule (32809).
+// event actions (32777) and the event schedule (32809); and the writes that replace a destination
+// list or the action groups, stored in the form the client writes them.
+#include <charconv>
+#include <optional>
+#include <set>
+#include <utility>
+
 #include "sim/seed_internal.h"
+#include "sim/updates.h"
 
 namespace kv::sim::seed {
 namespace {
+
+// How the client writes a list: the list and entry elements and, for the two kinds whose entry
+// carries a text (a sound's path, a group's name), what stands between the attributes and the
+// text; entries of the other kinds close with " />".
+struct ListForm {
+    const char* list;
+    const char* entry;
+    const char* beforeText;  // nullptr: attributes only
+};
+constexpr ListForm kMailForm{"MailList", "Mail", nullptr};
+constexpr ListForm kFtpForm{"FTPList", "FTP", nullptr};
+constexpr ListForm kHttpForm{"HTTPList", "HTTP", nullptr};
+constexpr ListForm kTcpForm{"TCPList", "TCP", nullptr};
+constexpr ListForm kSoundForm{"FilePathList", "FilePath", ">"};
+constexpr ListForm kSopForm{"SOPList", "SOP", nullptr};
+constexpr ListForm kGroupForm{"ActionGroupList", "ActionGroup", " >"};
+constexpr const ListForm* kForms[] = {&kMailForm, &kFtpForm,  &kHttpForm, &kTcpForm,
+                                      &kSoundForm, &kSopForm, &kGroupForm};
+
+// Entries a destination list holds at most, as a recorder keeps them (the client's Add stops at
+// ten); the action groups have no such limit.
+constexpr size_t kMaxEntries = 10;
+
+// One entry: its attributes in the order written, and its text for the kinds that have one.
+struct Entry {
+    using Attrs = std::vector<std::pair<std::string, std::string>>;
+    Entry(Attrs a = {}, std::string t = {}) : attrs(std::move(a)), text(std::move(t)) {}
+    Attrs attrs;
+    std::string text;
+};
+
+std::string listText(const ListForm& form, const std::vector<Entry>& entries) {
+    std::string out;
+    for (const Entry& e : entries) {
+        out += "<" + std::string(form.entry);
+        for (const auto& [name, value] : e.attrs) out += attr(name, value);
+        if (!form.beforeText) {
+            out += " />";
+        } else {
+            out += form.beforeText + esc(e.text) + "</" + form.entry + ">";
+        }
+    }
+    return wrap(form.list, out);
+}
+
+std::string n(int64_t v) { return std::to_string(v); }
 
 const char* const kMailContent =
     "Event Trigger Mail Time : [$EVT_DATE$] A event $EVT_NAME$ is triggered @ channel $EVT_CH$ and trigger "
@@ -11,6 +64,7 @@ const char* const kMailContent =
 const char* const kFtpContent =
     "Time : [$EVT_DATE$] - A event $EVT_NAME$ is triggered @ channel $EVT_CH$ and trigger ID=$EVT_TRGID$ !";
 
+// An office relay with an account, and a relay that takes mail without one.
 std::string mailList() {
     struct Mail {
         int id;
@@ -20,88 +74,120 @@ std::string mailList() {
         int pic, avi;
     };
     const Mail list[] = {
-        {1, "Kelvarra Server", "nvr@example.com", "mail.example.com", 25, "nvr", "m@il&1", "Security Desk",
-         "security@example.com", "Event $EVT_NAME$ on CH $EVT_CH$", 1, 0},
-        {2, "Kelvarra Server", "nvr@example.com", "smtp.example.net", 587, "", "", "Facility Manager",
-         "facility@example.net", "", 0, 1},
+        {1, "R&D Recorder", "nvr@office.example.com", "mail.office.example.com", 25, "nvr", "m@il&1",
+         "Security Desk", "security@office.example.com", "<urgent> $EVT_NAME$ on CH $EVT_CH$", 1, 0},
+        {2, "Kelvarra Server", "nvr@example.net", "relay.example.net", 25, "", "", "Facility Manager",
+         "facility@example.net", "Event $EVT_NAME$ at $EVT_DATE$ (trigger $EVT_TRGID$)", 0, 1},
     };
-    std::string out;
+    std::vector<Entry> entries;
     for (const Mail& m : list) {
-        out += "<Mail" + attr("ID", m.id) + attr("SenderName", m.senderName) + attr("SenderMail", m.senderMail) +
-               attr("Server", m.server) + attr("Port", m.port) + attr("UserName", m.user) +
-               attr("Password", m.password) + attr("ReceiverName", m.receiverName) +
-               attr("ReceiverMail", m.receiverMail) + attr("Subject", m.subject) + attr("Content", kMailContent) +
-               attr("AttachPic", m.pic) + attr("AttachAvi", m.avi) + " />";
+        entries.push_back({{{"ID", n(m.id)}, {"SenderName", m.senderName}, {"SenderMail", m.senderMail},
+                            {"Server", m.server}, {"Port", n(m.port)}, {"UserName", m.user},
+                            {"Password", m.password}, {"ReceiverName", m.receiverName},
+                            {"ReceiverMail", m.receiverMail}, {"Subject", m.subject}, {"Content", kMailContent},
+                            {"AttachPic", n(m.pic)}, {"AttachAvi", n(m.avi)}}});
     }
-    return wrap("MailList", out);
+    return listText(kMailForm, entries);
 }
 
+// File names as the client leaves them after its check: "$EVT_DATE1$" and ".txt" at the end.
 std::string ftpList() {
-    return wrap("FTPList", "<FTP" + attr("ID", 1) + attr("Server", "ftp.example.com") + attr("Port", 21) +
-                               attr("UserName", "upload") + attr("Password", "ftp-pass") +
-                               attr("UploadPath", "/events") + attr("Passive", 1) +
-                               attr("FileName", "Kelvarra 64_Channel $EVT_CH$_$EVT_DATE1$_ID_$EVT_TRGID$.txt") +
-                               attr("Content", kFtpContent) + attr("AttachPic", 1) + " />");
+    struct Ftp {
+        int id;
+        const char *server;
+        int port;
+        const char *user, *password, *path;
+        int passive;
+        const char *fileName, *content;
+        int pic;
+    };
+    const Ftp list[] = {
+        {1, "ftp.example.com", 21, "upload", "ftp-pass", "/events", 1,
+         "Kelvarra 64_Channel $EVT_CH$_$EVT_DATE1$_ID_$EVT_TRGID$.txt", kFtpContent, 1},
+        {2, "192.168.10.7", 2121, "archive", "arch&ive", "/R&D/snapshots", 0, "CH$EVT_CH$_$EVT_DATE1$.txt",
+         "Event $EVT_NAME$ on channel $EVT_CH$ at $EVT_DATE$", 0},
+    };
+    std::vector<Entry> entries;
+    for (const Ftp& f : list) {
+        entries.push_back({{{"ID", n(f.id)}, {"Server", f.server}, {"Port", n(f.port)}, {"UserName", f.user},
+                            {"Password", f.password}, {"UploadPath", f.path}, {"Passive", n(f.passive)},
+                            {"FileName", f.fileName}, {"Content", f.content}, {"AttachPic", n(f.pic)}}});
+    }
+    return listText(kFtpForm, entries);
 }
 
 std::string httpList() {
-    return wrap("HTTPList", "<HTTP" + attr("ID", 1) + attr("Server", "192.168.10.5") + attr("Port", 80) +
-                                attr("UserName", "hook") + attr("Password", "h00k") +
-                                attr("Content", "TEST MESSAGE !") + " />");
+    return listText(kHttpForm, {{{{"ID", "1"}, {"Server", "192.168.10.5"}, {"Port", "80"}, {"UserName", "hook"},
+                                  {"Password", "h00k"}, {"Content", "TEST MESSAGE !"}}},
+                                {{{"ID", "2"}, {"Server", "alarm.example.com"}, {"Port", "8080"},
+                                  {"UserName", "kelvarra"}, {"Password", ""},
+                                  {"Content", "ALARM > desk: $EVT_NAME$"}}}});
 }
 
 std::string tcpList() {
-    return wrap("TCPList", "<TCP" + attr("ID", 1) + attr("Server", "192.168.10.6") + attr("Port", 5000) + " />");
+    return listText(kTcpForm, {{{{"ID", "1"}, {"Server", "192.168.10.6"}, {"Port", "5000"}}}});
 }
 
+// The sounds lie on the service's machine.
 std::string soundList() {
-    return wrap("FilePathList", "<FilePath" + attr("ID", 1) + attr("Description", "Chime") + ">" +
-                                    esc("C:\\Sounds\\chime.wav") + "</FilePath>" + "<FilePath" + attr("ID", 2) +
-                                    attr("Description", "Siren") + ">" + esc("C:\\Sounds\\siren.wav") +
-                                    "</FilePath>");
+    return listText(kSoundForm, {{{{"ID", "1"}, {"Description", "Alarm"}}, "C:\\Sounds\\alarm.wav"},
+                                 {{{"ID", "2"}, {"Description", "Door chime"}}, "C:\\Sounds\\chime.wav"}});
 }
 
 std::string sopList() {
-    return wrap("SOPList", "<SOP" + attr("ID", 1) + attr("Contact", "Security Desk") +
-                               attr("Phone", "+44 20 7946 0000") + attr("Note", "Staffed 24/7") + " />" + "<SOP" +
-                               attr("ID", 2) + attr("Contact", "Facility Manager") +
-                               attr("Phone", "+44 20 7946 0001") + attr("Note", "Call first, then mail") + " />");
+    return listText(kSopForm, {{{{"ID", "1"}, {"Contact", "Security Desk"}, {"Phone", "+44 20 7946 0000"},
+                                 {"Note", "Staffed 24/7"}}},
+                               {{{"ID", "2"}, {"Contact", "Facility Manager"}, {"Phone", "+44 20 7946 0001"},
+                                 {"Note", "Call first, then mail"}}},
+                               {{{"ID", "3"}, {"Contact", "R&D Lab"}, {"Phone", "+44 20 7946 0002"},
+                                 {"Note", "Ask for the \"duty engineer\""}}}});
 }
 
-// A group in the form the client writes it; a destination of 0 means the action is off.
+// One kind of action of a group: its flag and its destination's ID (0: none). The client writes a
+// destination only with its flag on; a group the recorder stored otherwise keeps one with the flag
+// off, and that still keeps the client from removing the destination.
+struct Use {
+    bool on = false;
+    int dest = 0;
+};
+
 struct Group {
     int id;
     const char* name;
     bool record;
-    int ftp, mail, http, tcp, sound;
+    Use ftp, mail, http, tcp, sound;
     bool osd;
-    int sop;
+    Use sop;
 };
 
-std::string actionGroup(const Group& g) {
-    std::string out = "<ActionGroup" + attr("ID", g.id) + attr("Record", g.record ? 1 : 0) + attr("FTP", g.ftp ? 1 : 0) +
-                      attr("Mail", g.mail ? 1 : 0) + attr("HTTP", g.http ? 1 : 0) + attr("TCP", g.tcp ? 1 : 0) +
-                      attr("Sound", g.sound ? 1 : 0) + attr("OSD", g.osd ? 1 : 0) + attr("SOP", g.sop ? 1 : 0);
-    if (g.ftp) out += attr("FtpDest", g.ftp);
-    if (g.mail) out += attr("MailDest", g.mail);
-    if (g.http) out += attr("HTTPDest", g.http);
-    if (g.tcp) out += attr("TcpDest", g.tcp);
-    if (g.sop) out += attr("SOPDest", g.sop);
-    if (g.sound) out += attr("SoundDest", g.sound);
-    if (g.osd) out += attr("OSDText", "Event Trigger");
-    return out + attr("SoundDuration", 10) + " >" + esc(g.name) + "</ActionGroup>";
+Entry groupEntry(const Group& g) {
+    const auto flag = [](bool on) { return std::string(on ? "1" : "0"); };
+    Entry e{{{"ID", n(g.id)}, {"Record", flag(g.record)}, {"FTP", flag(g.ftp.on)}, {"Mail", flag(g.mail.on)},
+             {"HTTP", flag(g.http.on)}, {"TCP", flag(g.tcp.on)}, {"Sound", flag(g.sound.on)}, {"OSD", flag(g.osd)},
+             {"SOP", flag(g.sop.on)}},
+            g.name};
+    // The client's order: SOPDest before SoundDest.
+    const std::pair<const char*, Use> dests[] = {{"FtpDest", g.ftp}, {"MailDest", g.mail}, {"HTTPDest", g.http},
+                                                 {"TcpDest", g.tcp}, {"SOPDest", g.sop},   {"SoundDest", g.sound}};
+    for (const auto& [name, use] : dests)
+        if (use.dest) e.attrs.emplace_back(name, n(use.dest));
+    if (g.osd) e.attrs.emplace_back("OSDText", "Event Trigger");
+    e.attrs.emplace_back("SoundDuration", "10");
+    return e;
 }
 
+// Every kind of destination in use; FTP 2 and HTTP 2 only by group 4 with the flag off; contact 3
+// in no group, so that it can be removed.
 std::string actionGroups() {
     const Group list[] = {
-        {1, "Record only", true, 0, 0, 0, 0, 0, false, 0},
-        {2, "Alarm mail", true, 0, 1, 0, 0, 1, false, 0},
-        {3, "Full response", true, 1, 2, 1, 1, 2, true, 1},
-        {4, "Night desk", false, 0, 1, 0, 0, 0, false, 2},
+        {1, "Record only", true, {}, {}, {}, {}, {}, false, {}},
+        {2, "Alarm mail", true, {}, {true, 1}, {}, {}, {true, 1}, false, {}},
+        {3, "Full response", true, {true, 1}, {true, 2}, {true, 1}, {true, 1}, {true, 2}, true, {true, 1}},
+        {4, "R&D night desk", false, {false, 2}, {true, 1}, {false, 2}, {}, {}, false, {true, 2}},
     };
-    std::string out;
-    for (const Group& g : list) out += actionGroup(g);
-    return wrap("ActionGroupList", out);
+    std::vector<Entry> entries;
+    for (const Group& g : list) entries.push_back(groupEntry(g));
+    return listText(kGroupForm, entries);
 }
 
 std::string eventActions() {
@@ -146,18 +232,53 @@ std::string eventSchedule() {
     return wrap("EnableList", out);
 }
 
+// The ID of an entry: a whole number 1..32767, the range of the client's records.
+std::optional<int> entryId(std::string_view text) {
+    int v = 0;
+    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), v);
+    if (text.empty() || ec != std::errc() || end != text.data() + text.size() || v < 1 || v > 32767)
+        return std::nullopt;
+    return v;
+}
+
 }  // namespace
 
 void addEventDocuments(Documents& docs, bool demo) {
-    docs.emplace_back("32772", demo ? mailList() : wrap("MailList", ""));
-    docs.emplace_back("32773", demo ? ftpList() : wrap("FTPList", ""));
-    docs.emplace_back("32774", demo ? httpList() : wrap("HTTPList", ""));
-    docs.emplace_back("32805", demo ? tcpList() : wrap("TCPList", ""));
-    docs.emplace_back("32780", demo ? soundList() : wrap("FilePathList", ""));
-    docs.emplace_back("32799", demo ? sopList() : wrap("SOPList", ""));
-    docs.emplace_back("32778", demo ? actionGroups() : wrap("ActionGroupList", ""));
+    docs.emplace_back("32772", demo ? mailList() : listText(kMailForm, {}));
+    docs.emplace_back("32773", demo ? ftpList() : listText(kFtpForm, {}));
+    docs.emplace_back("32774", demo ? httpList() : listText(kHttpForm, {}));
+    docs.emplace_back("32805", demo ? tcpList() : listText(kTcpForm, {}));
+    docs.emplace_back("32780", demo ? soundList() : listText(kSoundForm, {}));
+    docs.emplace_back("32799", demo ? sopList() : listText(kSopForm, {}));
+    docs.emplace_back("32778", demo ? actionGroups() : listText(kGroupForm, {}));
     docs.emplace_back("32777", demo ? eventActions() : wrap("ActionList", ""));
     docs.emplace_back("32809", demo ? eventSchedule() : wrap("EnableList", ""));
 }
 
 }  // namespace kv::sim::seed
+
+namespace kv::sim::update {
+
+Documents eventList(const CommandRow& row, pugi::xml_node p, const DocumentLookup&) {
+    using namespace seed;
+    const ListForm* form = nullptr;
+    for (const ListForm* f : kForms)
+        if (row.elements == f->list) form = f;
+    const pugi::xml_node list = form ? p.child(form->list) : pugi::xml_node();
+    if (!list) return {};
+    // Elements other than the kind's entries are not the client's and are not kept.
+    std::vector<Entry> entries;
+    std::set<int> ids;
+    for (const pugi::xml_node e : list.children(form->entry)) {
+        const std::optional<int> id = entryId(e.attribute("ID").value());
+        const bool full = form != &kGroupForm && entries.size() == kMaxEntries;
+        if (!id || !ids.insert(*id).second || full) return {};
+        Entry entry;
+        for (const pugi::xml_attribute a : e.attributes()) entry.attrs.emplace_back(a.name(), a.value());
+        if (form->beforeText) entry.text = e.text().get();
+        entries.push_back(std::move(entry));
+    }
+    return {{std::string(row.key), listText(*form, entries)}};
+}
+
+}  // namespace kv::sim::update

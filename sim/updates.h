@@ -11,6 +11,10 @@ using Documents = SimStore::Documents;
 
 /// The Param elements named by the row, in the order written; the first one must be there.
 Documents wholeDocument(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
+/// A destination list or the action groups (the row's elements: the list's name), stored in the
+/// form the client writes them; refused with more than ten entries, or an ID that is no number
+/// 1..32767 or stands twice.
+Documents eventList(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
 /// The written fields of the server information over the stored ones.
 Documents serverInfo(const CommandRow& row, pugi::xml_node param, const DocumentLookup& current);
 /// One channel's entry of the recording settings.

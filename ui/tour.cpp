@@ -14,6 +14,7 @@
 #include "ui/channel_tour.h"
 #include "ui/client_app.h"
 #include "ui/config_window.h"
+#include "ui/event_tour.h"
 #include "ui/login_form.h"
 #include "ui/recording_tour.h"
 #include "ui/server_list_dialog.h"
@@ -160,6 +161,8 @@ void Tour::buildSteps() {
                         [this](std::function<bool()> run, int ms) { steps_.push_back({std::move(run), ms}); });
     AddRecordingTourSteps(client_, [this](QWidget* w, const QString& n) { grab(w, n); },
                           [this](std::function<bool()> run, int ms) { steps_.push_back({std::move(run), ms}); });
+    AddEventTourSteps(client_, [this](QWidget* w, const QString& n) { grab(w, n); },
+                      [this](std::function<bool()> run, int ms) { steps_.push_back({std::move(run), ms}); });
     // An edit waiting to be saved, then the exit question about it.
     steps_.push_back({[this] {
         client_.shell()->lbMenu_Click(app::menu::kServer);

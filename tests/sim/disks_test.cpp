@@ -30,12 +30,6 @@ std::string command(int id, const std::string& param, const std::string& userDat
            "</Param></CMD>";
 }
 
-// Sets a folder's modification time to `seconds` since 1970.
-void touchAt(const fs::path& folder, time_t seconds) {
-    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, folder.c_str(), times, 0), 0) << folder;
-}
-
 class Disks : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -49,7 +43,6 @@ protected:
         ASSERT_TRUE(makeDiskFolders(options.disks, nullptr));
         service_ = std::make_unique<SimService>(io_, *store_, options);
     }
-
     std::string send(const std::string& xml) { return service_->onCommand(peer_, xml); }
     int ret(const std::string& xml) {
         pugi::xml_document doc;
@@ -76,14 +69,11 @@ TEST_F(Disks, spaceIsThatOfEachMappedFileSystemInLetterOrder) {
     struct statvfs fsInfo {};
     ASSERT_EQ(::statvfs((dir_ / "c").c_str(), &fsInfo), 0);
     const double gb = 1024.0 * 1024 * 1024;
-    const double free = std::stod(m[1]), total = std::stod(m[2]);
-    EXPECT_LE(free, total);
-    EXPECT_NEAR(total, static_cast<double>(fsInfo.f_blocks) * fsInfo.f_frsize / gb, 0.005);
+    EXPECT_NEAR(std::stod(m[2]), static_cast<double>(fsInfo.f_blocks) * fsInfo.f_frsize / gb, 0.005);
     // Others write to the same file system meanwhile; a tenth of a gigabyte covers them.
-    EXPECT_NEAR(free, static_cast<double>(fsInfo.f_bavail) * fsInfo.f_frsize / gb, 0.1);
+    EXPECT_NEAR(std::stod(m[1]), static_cast<double>(fsInfo.f_bavail) * fsInfo.f_frsize / gb, 0.1);
     for (const std::string& figure : {m[1].str(), m[2].str()})
-        EXPECT_TRUE(std::regex_match(figure, std::regex(R"([0-9]+(\.[0-9]?[1-9])?)"))) << figure << ": two decimals at most, no trailing zero";
-
+        EXPECT_TRUE(std::regex_match(figure, std::regex(R"([0-9]+(\.[0-9]?[1-9])?)"))) << figure << ": 2 decimals";
     // A disk whose folder is gone is not reported, and the others keep counting from 1.
     fs::remove_all(dir_ / "c");
     EXPECT_NE(send(command(32815, "")).find(R"(<HDPathList><HDPath ID="1" Path="D:\">)"), std::string::npos);
@@ -92,55 +82,47 @@ TEST_F(Disks, spaceIsThatOfEachMappedFileSystemInLetterOrder) {
 TEST_F(Disks, browsingListsRealSubfoldersSortedAfterTheParent) {
     test::ScopedTz tz("UTC");
     const fs::path record = dir_ / "c" / "Record";
-    for (const char* sub : {"Cam02", "b", "Cam01", "Cam01/Day1"}) fs::create_directories(record / sub);
+    for (const char* sub : {"Cam02", "b", "Cam01/Day1"}) fs::create_directories(record / sub);
     test::writeFile(record / "index.dat", "x");
     fs::create_directories(dir_ / "outside");
     fs::create_directory_symlink(dir_ / "outside", record / "link");
-    touchAt(record / "Cam01", 1614834367);  // 2021/03/04 05:06:07 UTC
-    touchAt(record / "Cam02", 1614834368);
-    touchAt(record / "b", 1614834369);
-    touchAt(record / "Cam01" / "Day1", 1614834370);
-    touchAt(record, 1600000000);  // 2020/09/13 12:26:40 UTC
-
-    const std::string listing = R"(<Directory ModifyTime="2020/09/13 12:26:40">C:\Record\</Directory>)"
-                                R"(<Directory ModifyTime="2021/03/04 05:06:07">C:\Record\Cam01</Directory>)"
-                                R"(<Directory ModifyTime="2021/03/04 05:06:08">C:\Record\Cam02</Directory>)"
-                                R"(<Directory ModifyTime="2021/03/04 05:06:09">C:\Record\b</Directory>)";
-    const struct {
-        std::string parent;
-        int ret;
-        std::string list;  // the DirectoryList's content on RET 0
-    } cases[] = {
-        // Folders only, byte order, files and links left out; the parent as it was asked for.
-        {R"(C:\Record\)", 0, listing},
-        // "/" separates as "\" does and the letter is case-blind; only "\" is written.
-        {"c:/Record", 0, R"(<Directory ModifyTime="2020/09/13 12:26:40">c:/Record</Directory>)"
-                         R"(<Directory ModifyTime="2021/03/04 05:06:07">c:\Record\Cam01</Directory>)"
-                         R"(<Directory ModifyTime="2021/03/04 05:06:08">c:\Record\Cam02</Directory>)"
-                         R"(<Directory ModifyTime="2021/03/04 05:06:09">c:\Record\b</Directory>)"},
-        // A ".." that stays on the disk names the folder it leads to.
-        {R"(C:\Record\Cam01\..\..\Record\Cam01\)", 0,
-         R"(<Directory ModifyTime="2021/03/04 05:06:07">C:\Record\Cam01\..\..\Record\Cam01\</Directory>)"
-         R"(<Directory ModifyTime="2021/03/04 05:06:10">C:\Record\Cam01\Day1</Directory>)"},
-        {R"(C:\..\)", -1, ""},                   // above the disk's root
-        {R"(C:\Record\..\..\outside\)", -1, ""},  // out through ".."
-        {R"(C:\Record\link\)", -1, ""},          // out through a link
-        {R"(Z:\)", -1, ""},                      // a drive the service does not have
-        {R"(C:\Nowhere\)", -1, ""},              // no such folder
-        {R"(C:\Record\index.dat)", -1, ""},      // a file is no folder
-        {R"(Record\)", -1, ""},                  // no drive at all
-        {"", -1, ""},
-    };
-    for (const auto& c : cases) {
-        const std::string text = send(command(32816, "<ParentPath>" + c.parent + "</ParentPath>", "a&amp;b"));
-        std::string want = "<RESPONSE RET=\"" + std::to_string(c.ret) + "\" ID=\"32816\"><UserData>a&amp;b</UserData>";
-        if (c.ret == 0) want += "<DirectoryList>" + c.list + "</DirectoryList>";
-        EXPECT_EQ(text, want + "</RESPONSE>") << c.parent;
+    // Modification times 2021/03/04 05:06:07 UTC and on, the parent's 2020/09/13 12:26:40 UTC.
+    const std::pair<fs::path, time_t> times[] = {{record / "Cam01", 1614834367}, {record / "Cam02", 1614834368},
+                                                 {record / "b", 1614834369}, {record / "Cam01" / "Day1", 1614834370},
+                                                 {record, 1600000000}};
+    for (const auto& [folder, seconds] : times) {
+        const timespec both[2] = {{seconds, 0}, {seconds, 0}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, folder.c_str(), both, 0), 0) << folder;
     }
-
+    const auto dir = [](const char* time, const std::string& path) {
+        return "<Directory ModifyTime=\"2021/03/04 05:06:" + std::string(time) + "\">" + path + "</Directory>";
+    };
+    const std::pair<std::string, std::string> cases[] = {
+        // Folders only, byte order, files and links left out; the parent as it was asked for.
+        {R"(C:\Record\)", R"(<Directory ModifyTime="2020/09/13 12:26:40">C:\Record\</Directory>)" +
+                              dir("07", R"(C:\Record\Cam01)") + dir("08", R"(C:\Record\Cam02)") +
+                              dir("09", R"(C:\Record\b)")},
+        // "/" separates as "\" does and the letter is case-blind; only "\" is written.
+        {"c:/Record/Cam01", R"(<Directory ModifyTime="2021/03/04 05:06:07">c:/Record/Cam01</Directory>)" +
+                                dir("10", R"(c:\Record\Cam01\Day1)")},
+        // A ".." that stays on the disk names the folder it leads to.
+        {R"(C:\Record\b\..\Cam01\)", dir("07", R"(C:\Record\b\..\Cam01\)") + dir("10", R"(C:\Record\Cam01\Day1)")},
+        // Refused: above the disk's root, out through ".." or a link, a drive the service does not
+        // have, no such folder, a file, no drive at all.
+        {R"(C:\..\)", ""}, {R"(C:\Record\..\..\outside\)", ""}, {R"(C:\Record\link\)", ""}, {R"(Z:\)", ""},
+        {R"(C:\Nowhere\)", ""}, {R"(C:\Record\index.dat)", ""}, {R"(Record\)", ""}, {"", ""},
+    };
+    for (const auto& [parent, list] : cases) {
+        const std::string head = "\" ID=\"32816\"><UserData>a&amp;b</UserData>";
+        EXPECT_EQ(send(command(32816, "<ParentPath>" + parent + "</ParentPath>", "a&amp;b")),
+                  list.empty() ? "<RESPONSE RET=\"-1" + head + "</RESPONSE>"
+                               : "<RESPONSE RET=\"0" + head + "<DirectoryList>" + list + "</DirectoryList></RESPONSE>")
+            << parent;
+    }
     // Times are the service's local time.
     test::ScopedTz tokyo("JST-9");
-    EXPECT_NE(send(command(32816, R"(<ParentPath>C:\Record\</ParentPath>)")).find(R"("2021/03/04 14:06:07">C:\Record\Cam01<)"),
+    EXPECT_NE(send(command(32816, R"(<ParentPath>C:\Record\</ParentPath>)"))
+                  .find(R"("2021/03/04 14:06:07">C:\Record\Cam01<)"),
               std::string::npos);
     // A folder removed between two listings is gone for the second.
     const std::string cam = command(32816, R"(<ParentPath>C:\Record\Cam02\</ParentPath>)");
@@ -160,12 +142,9 @@ TEST_F(Disks, storageIsStoredOnlyWithFoldersOnMappedDisksAndMakesThem) {
     };
     const auto path = [](const char* p) { return "<FilePath>" + std::string(p) + "</FilePath>"; };
     const std::string good = path(R"(C:\Video\)");
-    const struct {
-        std::string param;
-        const char* folder;  // a folder the write must not have made (refused) or must have made
-    } refused[] = {
+    const std::pair<std::string, const char*> refused[] = {  // with a folder the write must not make
         {storage("720", "10240", path(R"(D:\Video)")), "d/Video"},           // no closing "\"
-        {storage("720", "10240", path(R"(Z:\Video\)")), nullptr},            // a drive the service does not have
+        {storage("720", "10240", path(R"(Z:\Video\)")), "c/Video"},          // a drive the service does not have
         {storage("720", "10240", path(R"(D:\..\escaped\)")), "escaped"},     // above the disk
         {storage("720", "10240", path(R"(D:\plain\sub\)")), "d/plain/sub"},  // a file where a folder must go
         {storage("720", "10240", good + path(R"(Q:\x\)")), "c/Video"},       // one bad path refuses the others too
@@ -174,14 +153,11 @@ TEST_F(Disks, storageIsStoredOnlyWithFoldersOnMappedDisksAndMakesThem) {
         {storage("720", "4294967296", good), "c/Video"},                     // beyond 32 bits
         {"<ReservedSpace>0</ReservedSpace><FilePathList>" + good + "</FilePathList>", "c/Video"},  // no retention
     };
-    for (const auto& c : refused) {
-        EXPECT_EQ(ret(command(32786, c.param)), -1) << c.param;
-        EXPECT_EQ(store_->get("32785"), kStorage) << c.param;
-        if (c.folder) {
-            EXPECT_FALSE(fs::exists(dir_ / c.folder)) << c.param;
-        }
+    for (const auto& [param, folder] : refused) {
+        EXPECT_EQ(ret(command(32786, param)), -1) << param;
+        EXPECT_EQ(store_->get("32785"), kStorage) << param;
+        EXPECT_FALSE(fs::exists(dir_ / folder)) << param;
     }
-
     // A new folder is made on its disk, and the setting is stored as sent.
     const std::string accepted = storage("0", "0", path(R"(d:/Cameras/North\)") + path(R"(C:\)"));
     EXPECT_EQ(ret(command(32786, accepted)), 0);
@@ -196,48 +172,36 @@ TEST_F(Disks, aRecordingWeekIsSevenDaysOfNinetySixSlots) {
     const auto week = [&](size_t at, const std::string& day, const std::string& slots) {
         std::string out = "<CH>3</CH><EnableList>";
         for (size_t d = 0; d < (at == 7 ? 6u : 7u); ++d)
-            out += "<Enable Day=\"" + (d == at ? day : std::to_string(d)) + "\">" + (d == at ? slots : off) + "</Enable>";
+            out += "<Enable Day=\"" + (d == at ? day : std::to_string(d)) + "\">" + (d == at ? slots : off) +
+                   "</Enable>";
         return out + "</EnableList>";
     };
     const std::string stored = "<EnableList><Enable CH=\"3\" Day=\"0\">" + off + "</Enable></EnableList>";
     ASSERT_TRUE(store_->put("32808", stored));
-    const struct {
-        std::string param;
-        int ret;
-    } cases[] = {
-        {week(2, "2", std::string(95, '1')), -1},        // a day of 95 slots
-        {week(2, "2", std::string(97, '1')), -1},        // a day of 97 slots
-        {week(2, "2", std::string(95, '1') + "2"), -1},  // a slot neither "0" nor "1"
-        {week(7, "", ""), -1},                           // a day missing
-        {week(6, "3", off), -1},                         // a day twice, so one missing
-        {week(6, "7", off), -1},                         // a day beyond 6
-        {"<CH>3</CH>", -1},                              // no week at all
-        {week(4, "4", on), 0},                           // a whole week
+    const std::string refused[] = {
+        week(2, "2", std::string(95, '1')),        // a day of 95 slots
+        week(2, "2", std::string(97, '1')),        // a day of 97 slots
+        week(2, "2", std::string(95, '1') + "2"),  // a slot neither "0" nor "1"
+        week(7, "", ""),                           // a day missing
+        week(6, "3", off),                         // a day twice, so one missing
+        week(6, "7", off),                         // a day beyond 6
+        "<CH>3</CH>",                              // no week at all
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(ret(command(32782, c.param)), c.ret) << c.param;
-        if (c.ret != 0) {
-            EXPECT_EQ(store_->get("32808"), stored) << c.param;
-        }
+    for (const std::string& param : refused) {
+        EXPECT_EQ(ret(command(32782, param)), -1) << param;
+        EXPECT_EQ(store_->get("32808"), stored) << param;
     }
+    EXPECT_EQ(ret(command(32782, week(4, "4", on))), 0);
     EXPECT_NE(store_->get("32808")->find("<Enable CH=\"3\" Day=\"4\">" + on + "</Enable>"), std::string::npos);
 }
 
 TEST(DiskMapping, readsALetterAndAFolder) {
-    const struct {
-        const char* value;
-        char letter;  // 0: refused
-    } cases[] = {
-        {"C=/srv/disk-c", 'C'},
-        {"d=/srv/disk-d", 'D'},  // letters are case-blind
-        {"CC=/x", 0},            // one letter
-        {"1=/x", 0},             // a letter, not a digit
-        {"C:=/x", 0},            // no colon: the letter alone
-        {"C=", 0},               // a folder is needed
-    };
-    for (const auto& c : cases) {
-        const auto disk = parseDiskMapping(c.value);
-        EXPECT_EQ(disk ? disk->first : 0, c.letter) << c.value;
+    // Letters are case-blind; one letter, not a digit, without a colon, and a folder are needed.
+    const std::pair<const char*, char> cases[] = {{"C=/srv/disk-c", 'C'}, {"d=/srv/disk-d", 'D'}, {"CC=/x", 0},
+                                                  {"1=/x", 0}, {"C:=/x", 0}, {"C=", 0}};
+    for (const auto& [value, letter] : cases) {
+        const auto disk = parseDiskMapping(value);
+        EXPECT_EQ(disk ? disk->first : 0, letter) << value;
     }
     // A relative folder is taken from where the program started.
     EXPECT_EQ(parseDiskMapping("E=rel/e")->second, fs::current_path() / "rel" / "e");

@@ -1,0 +1,93 @@
+// The events subject's wiring.
+#include "events/subject.h"
+
+#include <pugixml.hpp>
+
+#include "app/dispatcher.h"
+#include "app/shell.h"
+#include "events/codec.h"
+#include "events/document.h"
+
+namespace kv::events {
+
+EventsSubject::EventsSubject(const app::SubjectServices& services) : services_(services) {}
+
+EventsSubject::~EventsSubject() = default;
+
+void EventsSubject::registerReaders(app::Dispatcher& d) {
+    using Doc = pugi::xml_document;
+    d.registerParser(32772, [this](const Doc& r) { Load_MailServerList_XML(r, tables_.strMailServer); arrived(); });
+    d.registerParser(32773, [this](const Doc& r) { Load_FTPServerList_XML(r, tables_.strFTPServer); arrived(); });
+    d.registerParser(32774, [this](const Doc& r) { Load_httpServerList_XML(r, tables_.strHTTPServer); arrived(); });
+    d.registerParser(32805, [this](const Doc& r) { Load_TCPServerList_XML(r, tables_.strTCPServer); arrived(); });
+    d.registerParser(32780, [this](const Doc& r) { Load_SOUNDServerList_XML(r, tables_.strSoundFile); arrived(); });
+    d.registerParser(32799, [this](const Doc& r) { Load_SOPServerList_XML(r, tables_.strSOPContact); arrived(); });
+    d.registerParser(32778, [this](const Doc& r) { Load_EventActionGroup_XML(r, tables_.strEventGroup); });
+    d.registerParser(32777, [this](const Doc& r) { Load_EventAction_XML(r, tables_.strEventAction); });
+    // The groups' reader ends with EnActionCondition: the form's combos follow the lists.
+    d.setFollowUp(app::FollowUp::EnActionCondition, [this] { arrived(); });
+}
+
+void EventsSubject::attach(app::ShellPort& shell) {
+    shell_ = &shell;
+    page_ = std::make_unique<EventPage>(tables_, services_.link, services_.prompter, services_.lang, services_.title);
+    page_->server.setSoundPlayer(player_);
+    shell.registerPage(app::menu::kEvent, [this] { open(); });
+    shell.registerSave(app::area::kEventServers, [this] { return saveServers(); });
+    shell.registerSave(app::area::kActionGroups, [this] { return saveGroups(); });
+}
+
+std::unique_ptr<app::DocumentPart> EventsSubject::document() { return std::make_unique<EventDocument>(tables_); }
+
+void EventsSubject::open() {
+    if (!page_) return;
+    act([this] {
+        page_->Open();
+        return true;
+    });
+}
+
+bool EventsSubject::act(const std::function<bool()>& action) {
+    const EventTables before = tables_;
+    const bool ok = action();
+    // A list reached the service when the tables took it (they follow the service only).
+    if (shell_ && !(tables_.strMailServer == before.strMailServer && tables_.strFTPServer == before.strFTPServer &&
+                    tables_.strHTTPServer == before.strHTTPServer && tables_.strTCPServer == before.strTCPServer &&
+                    tables_.strSoundFile == before.strSoundFile && tables_.strSOPContact == before.strSOPContact &&
+                    tables_.strEventGroup == before.strEventGroup))
+        shell_->configChanged();
+    syncShell();
+    return ok;
+}
+
+bool EventsSubject::saveServers() {
+    return page_ && act([this] { return !page_->server.dirty() || page_->server.cmdEvent_Click(0); });
+}
+
+bool EventsSubject::saveGroups() {
+    return page_ && act([this] { return !page_->group.dirty() || page_->group.imgEventGroupbtn_Click(0); });
+}
+
+void EventsSubject::setSoundPlayer(SoundPlayer* player) {
+    player_ = player;
+    if (page_) page_->server.setSoundPlayer(player);
+}
+
+ProbeReport EventsSubject::testDestination(int kind, int16_t id, std::chrono::milliseconds limit) const {
+    return TestDestination(tables_, kind, id, limit);
+}
+
+void EventsSubject::syncShell() {
+    if (!shell_ || !page_) return;
+    shell_->setDirty(app::area::kEventServers, page_->server.dirty());
+    shell_->setDirty(app::area::kActionGroups, page_->group.dirty());
+}
+
+void EventsSubject::arrived() {
+    if (page_) act([this] {
+            page_->Refresh();
+            return true;
+        });
+}
+
+}  // namespace kv::events
