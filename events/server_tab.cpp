@@ -526,8 +526,8 @@ bool ServerSettingTab::CheckMailID(int kind, int16_t id) const {
 bool ServerSettingTab::PlaySound() {
     std::string problem;
     const std::string path = base::Trim(txtEventWarning[2].text);
-    if (!player_) problem = kNoSoundPlayer;
-    else if (problem = SoundFileProblem(path); problem.empty()) problem = player_->play(path);
+    if (!player_) problem = lang_.GetText(sound_text::kNoPlayer);
+    else if (problem = SoundFileProblem(path, lang_); problem.empty()) problem = player_->play(path);
     if (problem.empty()) return true;
     prompter_.box(app::BoxKind::Notice, problem, title_);
     return false;

@@ -73,8 +73,9 @@ void EventsSubject::setSoundPlayer(SoundPlayer* player) {
     if (page_) page_->server.setSoundPlayer(player);
 }
 
-ProbeReport EventsSubject::testDestination(int kind, int16_t id, std::chrono::milliseconds limit) const {
-    return TestDestination(tables_, kind, id, limit);
+std::function<ProbeReport()> EventsSubject::destinationTest(int kind, int16_t id,
+                                                            std::chrono::milliseconds limit) const {
+    return [tables = tables_, kind, id, limit] { return TestDestination(tables, kind, id, limit); };
 }
 
 void EventsSubject::syncShell() {

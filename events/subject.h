@@ -42,9 +42,11 @@ public:
     bool saveGroups();
     /// The desktop client's sound player (none: the sound test says so).
     void setSoundPlayer(SoundPlayer* player);
-    /// Tests a destination of a kind from this machine; nothing goes to the service.
-    ProbeReport testDestination(int kind, int16_t id,
-                                std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
+    /// The test of a destination of a kind from this machine, to run on any thread: it works on a
+    /// copy of the lists taken now, since they may be saved or reloaded meanwhile. Nothing goes
+    /// to the service.
+    std::function<ProbeReport()> destinationTest(int kind, int16_t id,
+                                                 std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
     /// After any action of the page: the shell's areas follow the tabs.
     void syncShell();
 

@@ -605,11 +605,9 @@ void EventPage::startTest() {
     const auto id = static_cast<int16_t>(std::atoi(server_.boxes(kind)[0].text.c_str()));
     if (id < 1) return;
     const QString heading = QString("%1 # %2").arg(Q(lang_.GetText(kKinds[kind].caption))).arg(id);
-    // The worker reads a copy: the lists may be saved or reloaded on this thread meanwhile.
-    auto tables = std::make_shared<const events::EventTables>(subject_.tables());
+    // The worker runs on a copy of the lists taken now.
     auto report = std::make_shared<events::ProbeReport>();
-    probe_ = QThread::create(
-        [tables, kind, id, report] { *report = events::TestDestination(*tables, kind, id, kTestLimit); });
+    probe_ = QThread::create([test = subject_.destinationTest(kind, id, kTestLimit), report] { *report = test(); });
     QObject::connect(probe_, &QThread::finished, this, [this, report, heading] {
         probe_->deleteLater();
         probe_ = nullptr;

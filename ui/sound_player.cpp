@@ -84,7 +84,7 @@ QtSoundPlayer::QtSoundPlayer(const base::Language& lang) : lang_(lang) {}
 QtSoundPlayer::~QtSoundPlayer() { stop(); }
 
 std::string QtSoundPlayer::play(const std::string& path) {
-    if (std::string problem = events::SoundFileProblem(path); !problem.empty()) return problem;
+    if (std::string problem = events::SoundFileProblem(path, lang_); !problem.empty()) return problem;
     stop();
     const QFileInfo file(Q(path));
     if (!file.isReadable()) return notPlayable(path);

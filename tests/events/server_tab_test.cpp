@@ -256,7 +256,7 @@ TEST_F(ServerTabTest, SoundTestNeverFailsSilently) {
     std::ofstream(here) << "RIFF";
     struct Case { bool player; std::string path; std::string answer; std::string message; };
     const Case cases[] = {
-        {false, here, "", kNoSoundPlayer},                             // no player at all
+        {false, here, "", "no sound player"},                          // no player at all
         {true, "D:\\Sounds\\a.wav", "", "service's machine"},          // a path of the service's machine
         {true, "/no/such/a.wav", "", "does not exist on this computer"},  // not here
         {true, " ", "", "No sound file"},                              // nothing given
