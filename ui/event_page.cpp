@@ -34,6 +34,7 @@
 #include "events/server_tab.h"
 #include "events/subject.h"
 #include "ui/look.h"
+#include "ui/rows_model.h"
 #include "ui/sound_player.h"
 
 namespace kv::ui {
@@ -112,111 +113,12 @@ constexpr const char* kGroupIcons[ActionGroupTab::kBoxCount] = {
 constexpr int kGroupCaptions[ActionGroupTab::kBoxCount] = {kTextRecord, kTextEmergency, kTextFTP, kTextMail,
                                                            kTextHTTP,   kTextTCP,       kTextSound, kTextSOP};
 
-// ---- a thin table model over rows of text ----
-
-// The rows a view shows; a new set signals only the rows that changed, so the view neither
-// resets nor scrolls while nothing moved.
-class TextRows : public QAbstractTableModel {
-public:
-    /// The columns exist from the start, so that their widths can be set before the first fill.
-    TextRows(int columns, QObject* parent) : QAbstractTableModel(parent) {
-        for (int c = 0; c < columns; ++c) heads_ << QString();
-    }
-    /// A cell's other roles (the background of a selected row), by row.
-    std::function<QVariant(int row, int role)> look;
-
-    void show(const std::vector<std::string>& heads, const std::vector<std::vector<std::string>>& rows) {
-        QStringList h;
-        for (const std::string& s : heads) h << Q(s);
-        std::vector<QStringList> r;
-        for (const auto& row : rows) {
-            QStringList l;
-            for (const std::string& s : row) l << Q(s);
-            r.push_back(l);
-        }
-        if (h.size() != heads_.size()) {
-            beginResetModel();
-            heads_ = h;
-            rows_ = std::move(r);
-            endResetModel();
-            return;
-        }
-        if (h != heads_) {
-            heads_ = h;
-            emit headerDataChanged(Qt::Horizontal, 0, static_cast<int>(heads_.size()) - 1);
-        }
-        const int before = static_cast<int>(rows_.size()), after = static_cast<int>(r.size());
-        for (int i = 0; i < std::min(before, after); ++i) {
-            if (rows_[static_cast<size_t>(i)] == r[static_cast<size_t>(i)]) continue;
-            rows_[static_cast<size_t>(i)] = r[static_cast<size_t>(i)];
-            emit dataChanged(index(i, 0), index(i, columnCount() - 1));
-        }
-        if (after > before) {
-            beginInsertRows({}, before, after - 1);
-            rows_.insert(rows_.end(), r.begin() + before, r.end());
-            endInsertRows();
-        } else if (after < before) {
-            beginRemoveRows({}, after, before - 1);
-            rows_.resize(static_cast<size_t>(after));
-            endRemoveRows();
-        }
-    }
-    /// Row colours depend on more than the texts: their rows are signalled again.
-    void restyle() {
-        if (!rows_.empty()) emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
-    }
-    int rowCount(const QModelIndex& parent = {}) const override {
-        return parent.isValid() ? 0 : static_cast<int>(rows_.size());
-    }
-    int columnCount(const QModelIndex& parent = {}) const override {
-        return parent.isValid() ? 0 : static_cast<int>(heads_.size());
-    }
-    QVariant data(const QModelIndex& i, int role) const override {
-        if (!i.isValid() || i.row() >= rowCount()) return {};
-        if (role == Qt::DisplayRole) {
-            const QStringList& row = rows_[static_cast<size_t>(i.row())];
-            return i.column() < row.size() ? row[i.column()] : QString();
-        }
-        return look ? look(i.row(), role) : QVariant();
-    }
-    QVariant headerData(int section, Qt::Orientation o, int role) const override {
-        if (o == Qt::Horizontal && role == Qt::DisplayRole && section < heads_.size()) return heads_[section];
-        return QAbstractTableModel::headerData(section, o, role);
-    }
-
-private:
-    QStringList heads_;
-    std::vector<QStringList> rows_;
-};
-
-QTableView* listView(const char* name, TextRows* model) {
-    auto* v = new QTableView;
-    v->setObjectName(name);
-    v->setModel(model);
-    v->verticalHeader()->hide();
-    v->verticalHeader()->setDefaultSectionSize(kRowHeight);
-    v->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    v->horizontalHeader()->setHighlightSections(false);
+// A list view of the page: columns of a fixed default width, the last one stretched.
+QTableView* listView(const char* name, RowsModel* model) {
+    QTableView* v = ListView(name, model, kRowHeight);
     v->horizontalHeader()->setDefaultSectionSize(120);
     v->horizontalHeader()->setStretchLastSection(true);
-    v->setSelectionBehavior(QAbstractItemView::SelectRows);
-    v->setSelectionMode(QAbstractItemView::SingleSelection);
-    v->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    v->setAlternatingRowColors(true);
-    v->setWordWrap(false);
     return v;
-}
-
-// Selects row `row` of a view, or nothing; a view already so is left alone.
-void showSelection(QTableView* v, int row) {
-    QItemSelectionModel* sel = v->selectionModel();
-    if (row >= 0 && row < v->model()->rowCount()) {
-        if (!(sel->isRowSelected(row, {}) && sel->selectedRows().size() == 1))
-            sel->setCurrentIndex(v->model()->index(row, 0),
-                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-    } else if (sel->hasSelection()) {
-        sel->clearSelection();
-    }
 }
 
 // Row 0 of a model grid holds the titles.
@@ -490,7 +392,7 @@ QWidget* EventPage::buildServerTab() {
     for (const KindLook& k : kKinds) kinds_->addTab(Icon(k.icon), QString());
     layout->addWidget(kinds_);
 
-    auto* rows = new TextRows(0, this);
+    auto* rows = new RowsModel(0, this);
     auto* grid = listView("gridEventActionServer", rows);
     // A list holds ten entries at most: the grid is as high as that, the forms take the rest.
     const int gridHeight = kRowHeight * static_cast<int>(events::kMaxEntries) + 2 * grid->frameWidth() + 26;
@@ -562,7 +464,7 @@ QWidget* EventPage::buildServerTab() {
     });
     binder_.custom([this, rows, grid] {
         rows->show(headsOf(server_.gridEventActionServer), rowsOf(server_.gridEventActionServer));
-        showSelection(grid, server_.editRow - 1);
+        ShowSelection(grid, server_.editRow - 1);
     });
     QObject::connect(grid, &QTableView::clicked, this, [this](const QModelIndex& index) {
         const int row = index.row() + 1;
@@ -628,8 +530,8 @@ QWidget* EventPage::buildGroupTab() {
     auto* layout = new QVBoxLayout(tab);
     layout->setContentsMargins(10, 10, 10, 8);
 
-    auto* rows = new TextRows(ActionGroupTab::kColumns, this);
-    rows->look = [&m](int row, int role) -> QVariant {
+    auto* rows = new RowsModel(ActionGroupTab::kColumns, this);
+    rows->look = [&m](int row, int, const QString&, int role) -> QVariant {
         // The model's colour of the row below the title row; the default leaves the view's own.
         const size_t r = static_cast<size_t>(row) + 1;
         if (role != Qt::BackgroundRole || r >= m.gridEventGroupBG.size()) return {};
@@ -696,7 +598,7 @@ QWidget* EventPage::buildGroupTab() {
     binder_.custom([rows, grid, &m] {
         rows->show(headsOf(m.gridEventGroup), rowsOf(m.gridEventGroup));
         rows->restyle();
-        showSelection(grid, m.selectedRow - 1);
+        ShowSelection(grid, m.selectedRow - 1);
     });
     // The removal mark is the model's bookkeeping, not the user's.
     grid->setColumnHidden(ActionGroupTab::kColRemoved, true);

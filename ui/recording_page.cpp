@@ -35,6 +35,7 @@
 #include "ui/folder_pickers.h"
 #include "ui/look.h"
 #include "ui/rec_detail_dialog.h"
+#include "ui/rows_model.h"
 #include "ui/week_grid_widget.h"
 
 namespace kv::ui {
@@ -59,102 +60,6 @@ constexpr int kTextStorage = 961, kTextFrameRate = 962, kTextIFrame = 963, kText
               kTextSavedWeeks = 986, kTextAlarm = 987, kTextDualSettings = 988;
 
 constexpr int kRowHeight = 22;
-
-// ---- a thin table model over rows of text ----
-
-// The rows the view shows, as texts; a refresh hands new rows and only what changed is signalled,
-// so the view neither resets nor scrolls while nothing moved.
-class RowsModel : public QAbstractTableModel {
-public:
-    /// The columns exist from the start, so that their widths can be set before the first fill.
-    RowsModel(int columns, QObject* parent) : QAbstractTableModel(parent) {
-        for (int c = 0; c < columns; ++c) heads_ << QString();
-    }
-    /// Extra roles of a cell (colours, fonts, alignment), from its text.
-    std::function<QVariant(int row, int col, const QString& text, int role)> look;
-
-    void show(const QStringList& heads, std::vector<QStringList> rows) {
-        if (heads.size() != heads_.size()) {
-            beginResetModel();
-            heads_ = heads;
-            rows_ = std::move(rows);
-            endResetModel();
-            return;
-        }
-        if (heads != heads_) {
-            heads_ = heads;
-            emit headerDataChanged(Qt::Horizontal, 0, static_cast<int>(heads_.size()) - 1);
-        }
-        const int before = static_cast<int>(rows_.size()), after = static_cast<int>(rows.size());
-        const int common = std::min(before, after);
-        int first = -1, last = -1;
-        for (int r = 0; r < common; ++r) {
-            if (rows_[static_cast<size_t>(r)] == rows[static_cast<size_t>(r)]) continue;
-            rows_[static_cast<size_t>(r)] = rows[static_cast<size_t>(r)];
-            if (first < 0) first = r;
-            last = r;
-        }
-        if (first >= 0) emit dataChanged(index(first, 0), index(last, columnCount() - 1));
-        if (after > before) {
-            beginInsertRows({}, before, after - 1);
-            rows_.insert(rows_.end(), std::make_move_iterator(rows.begin() + before), std::make_move_iterator(rows.end()));
-            endInsertRows();
-        } else if (after < before) {
-            beginRemoveRows({}, after, before - 1);
-            rows_.resize(static_cast<size_t>(after));
-            endRemoveRows();
-        }
-    }
-    int rowCount(const QModelIndex& parent = {}) const override {
-        return parent.isValid() ? 0 : static_cast<int>(rows_.size());
-    }
-    int columnCount(const QModelIndex& parent = {}) const override {
-        return parent.isValid() ? 0 : static_cast<int>(heads_.size());
-    }
-    QVariant data(const QModelIndex& i, int role) const override {
-        if (!i.isValid() || i.row() >= rowCount()) return {};
-        const QStringList& row = rows_[static_cast<size_t>(i.row())];
-        const QString text = i.column() < row.size() ? row[i.column()] : QString();
-        if (role == Qt::DisplayRole) return text;
-        return look ? look(i.row(), i.column(), text, role) : QVariant();
-    }
-    QVariant headerData(int section, Qt::Orientation o, int role) const override {
-        if (o == Qt::Horizontal && role == Qt::DisplayRole && section < heads_.size()) return heads_[section];
-        return QAbstractTableModel::headerData(section, o, role);
-    }
-
-private:
-    QStringList heads_;
-    std::vector<QStringList> rows_;
-};
-
-QTableView* listView(const char* name, RowsModel* model) {
-    auto* v = new QTableView;
-    v->setObjectName(name);
-    v->setModel(model);
-    v->verticalHeader()->hide();
-    v->verticalHeader()->setDefaultSectionSize(kRowHeight);
-    v->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    v->horizontalHeader()->setHighlightSections(false);
-    v->setSelectionBehavior(QAbstractItemView::SelectRows);
-    v->setSelectionMode(QAbstractItemView::SingleSelection);
-    v->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    v->setAlternatingRowColors(true);
-    v->setWordWrap(false);
-    return v;
-}
-
-// Selects row `row` of a view, or nothing; a view already so is left alone.
-void showSelection(QTableView* v, int row) {
-    QItemSelectionModel* sel = v->selectionModel();
-    const QModelIndex want = row >= 0 && row < v->model()->rowCount() ? v->model()->index(row, 0) : QModelIndex();
-    if (want.isValid()) {
-        if (!(sel->isRowSelected(row, {}) && sel->selectedRows().size() == 1))
-            sel->setCurrentIndex(want, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-    } else if (sel->hasSelection()) {
-        sel->clearSelection();
-    }
-}
 
 QStringList qList(const std::vector<std::string>& v) {
     QStringList out;
@@ -456,7 +361,7 @@ QWidget* RecordingPage::buildSettingsTab() {
         if (role == Qt::ForegroundRole) return QColor(text == "O" ? "#1d7a1d" : "#9aa3ad");
         return {};
     };
-    auto* grid2 = listView("gridRec_2", overviewModel);
+    auto* grid2 = ListView("gridRec_2", overviewModel);
     grid2->setContextMenuPolicy(Qt::CustomContextMenu);
     grid2->setMinimumWidth(380);
     ol->addWidget(grid2, 1);
@@ -468,7 +373,7 @@ QWidget* RecordingPage::buildSettingsTab() {
 
     // The table the save checks the channels' modes in; it is the save's, not the user's.
     auto* checkedModel = new RowsModel(1 + 4 * kModeCount, this);
-    auto* checked = listView("gridRecSetTmp", checkedModel);
+    auto* checked = ListView("gridRecSetTmp", checkedModel);
     checked->hide();
     layout->addWidget(checked);
 
@@ -527,7 +432,7 @@ QWidget* RecordingPage::buildSettingsTab() {
         int shown = -1;
         for (size_t r = 1; r < g.size(); ++r)
             if (!g[r].empty() && recording::ChannelOfItem(g[r][0]) == m.channel()) shown = static_cast<int>(r) - 1;
-        showSelection(grid2, shown);
+        ShowSelection(grid2, shown);
     });
     grid2->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     grid2->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Interactive);
@@ -633,7 +538,7 @@ QWidget* RecordingPage::buildScheduleTab() {
     saved->setObjectName("frameRecWeeks");
     auto* sl = new QVBoxLayout(saved);
     auto* weeksModel = new RowsModel(1 + kDays, this);
-    auto* grid3 = listView("gridRec_3", weeksModel);
+    auto* grid3 = ListView("gridRec_3", weeksModel);
     grid3->setItemDelegate(new SliceDelegate(m, grid3));
     grid3->setAlternatingRowColors(false);
     sl->addWidget(grid3);
@@ -672,7 +577,7 @@ QWidget* RecordingPage::buildScheduleTab() {
             rows.push_back(row);
         }
         weeksModel->show(heads, std::move(rows));
-        showSelection(grid3, shown);
+        ShowSelection(grid3, shown);
     });
     grid3->setColumnWidth(0, 200);
     for (int d = 1; d <= kDays; ++d) grid3->horizontalHeader()->setSectionResizeMode(d, QHeaderView::Stretch);
@@ -825,7 +730,7 @@ QWidget* RecordingPage::buildStorageTab() {
         if (col >= 1 && role == Qt::TextAlignmentRole) return int(Qt::AlignCenter);
         return {};
     };
-    auto* grid = listView("gridStorage", pathsModel);
+    auto* grid = ListView("gridStorage", pathsModel);
     grid->setMinimumWidth(460);
     left->addWidget(grid, 1);
     auto* hint = new QLabel;
