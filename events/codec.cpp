@@ -298,4 +298,50 @@ std::string SetCommandOf(const EventTables& tables, int kind) {
     }
 }
 
+std::string Get_EventSCDLInfo_XML() { return app::CommandA(app::cmd::kGetEventSchedule, ""); }
+
+std::string Set_EventSCDL_XML(const EventSCDLRecord& record) {
+    std::string b = app::wire::Num("CH", record.CH) + "<EnableList>";
+    for (size_t d = 0; d < record.Day.size(); ++d)
+        b += "<Enable" + Attr("Day", static_cast<int64_t>(d)) + ">" + base::XMLFilter(record.Day[d], true) +
+             "< /Enable>";
+    b += "</EnableList>";
+    return app::CommandA(app::cmd::kSetEventSchedule, b);
+}
+
+bool Load_EventSCDL_XML(const pugi::xml_document& reply, EventSCDLTable& table) {
+    try {
+        const pugi::xml_node response = acceptedResponse(reply);
+        if (!response) return false;
+        // The entry a CH attribute selected stays selected for the Day attributes after it, until
+        // another CH selects again; a bad CH selects nothing.
+        EventSCDLRecord* selected = nullptr;
+        const pugi::xml_node list = app::FindDeep(response, "EnableList");
+        for (pugi::xml_node e = list.first_child(); e; e = e.next_sibling()) {
+            if (e.type() != pugi::node_element || std::string_view(e.name()) != "Enable") continue;
+            for (const pugi::xml_attribute a : e.attributes()) {
+                const std::string_view n = a.name();
+                if (n == "CH") {
+                    const int32_t ch = app::ToInt32(a.value());
+                    selected = ch >= 1 && ch <= static_cast<int32_t>(table.size())
+                                   ? &table[static_cast<size_t>(ch - 1)]
+                                   : nullptr;
+                    if (selected) selected->CH = static_cast<int16_t>(ch);
+                } else if (n == "Day") {
+                    const int32_t day = app::ToInt32(a.value());
+                    if (selected && day >= 0 && day < static_cast<int32_t>(selected->Day.size()))
+                        selected->Day[static_cast<size_t>(day)] = ownText(e);
+                }
+            }
+        }
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+bool Load_EventSCDL_XML(std::string_view xml, EventSCDLTable& table) {
+    return Load_EventSCDL_XML(app::ParseReply(xml), table);
+}
+
 }  // namespace kv::events

@@ -60,6 +60,17 @@ bool Load_SOPServerList_XML(std::string_view xml, SOPContactList& list);
 bool Load_EventActionGroup_XML(std::string_view xml, EventGroupList& list);
 bool Load_EventAction_XML(std::string_view xml, EventActionList& list);
 
+// The event schedule: a week of seven 96-character day strings per channel.
+std::string Get_EventSCDLInfo_XML();  // 32809
+/// 32810: CH, then EnableList with Day 0..6; each day closes with "< /Enable>" (blank kept, the
+/// service expects it so), day text escaped.
+std::string Set_EventSCDL_XML(const EventSCDLRecord& record);
+/// Reads EnableList of an accepted reply: attributes in document order, CH selects the entry and
+/// Day sets its day string. Days not sent stay; a CH outside 1..64 or a Day outside 0..6 is
+/// skipped. False when the reply does not read or RET is not 0; never throws.
+bool Load_EventSCDL_XML(const pugi::xml_document& reply, EventSCDLTable& table);
+bool Load_EventSCDL_XML(std::string_view xml, EventSCDLTable& table);
+
 /// The Set command of a kind's list, from the tables.
 std::string SetCommandOf(const EventTables& tables, int kind);
 

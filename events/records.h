@@ -2,6 +2,7 @@
 // them, and the event action table that names a group per channel and event.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -120,6 +121,21 @@ struct EventActionRecord {
 /// One blank record when empty.
 using EventActionList = std::vector<EventActionRecord>;
 
+/// A channel's week of the event schedule: seven day strings, Sunday first. An empty day counts
+/// as on all day.
+struct EventSCDLRecord {
+    int16_t CH = 0;
+    std::array<std::string, 7> Day;
+    bool operator==(const EventSCDLRecord&) const = default;
+};
+using EventSCDLTable = std::array<EventSCDLRecord, 64>;
+/// Entry i holds channel i + 1 before anything is read.
+inline EventSCDLTable EmptyEventSCDLTable() {
+    EventSCDLTable t{};
+    for (size_t i = 0; i < t.size(); ++i) t[i].CH = static_cast<int16_t>(i + 1);
+    return t;
+}
+
 /// The events subject's tables in the session.
 struct EventTables {
     MailServerList strMailServer = MailServerList(1);
@@ -130,6 +146,7 @@ struct EventTables {
     SOPContactList strSOPContact = SOPContactList(1);
     EventGroupList strEventGroup = EventGroupList(1);
     EventActionList strEventAction = EventActionList(1);
+    EventSCDLTable strEventSCDL = EmptyEventSCDLTable();
 };
 
 }  // namespace kv::events

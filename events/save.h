@@ -14,4 +14,7 @@ bool Save_EventListenServer(link::ServiceLink& link, const EventTables& tables, 
 /// The same for `Set_EventGroup_XML(list)`.
 bool SaveEventGroup_Setting(link::ServiceLink& link, const EventGroupList& list, std::string* reply = nullptr);
 
+/// The same for `Set_EventSCDL_XML(record)` (32810).
+bool Save_EventSCDL(link::ServiceLink& link, const EventSCDLRecord& record, std::string* reply = nullptr);
+
 }  // namespace kv::events

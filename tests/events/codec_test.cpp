@@ -195,3 +195,61 @@ TEST(EventsWire, ReadersTakeAttributesByNameAndReadFlagsAsNumbers) {
         actions));
     EXPECT_TRUE((actions == EventActionList{{1, 3, "2001", 2, -1, true, true, 5, 1, 2, 4}, {2, 0, "4110", 0, 0}}));
 }
+
+// The event schedule: the write closes each day with "< /Enable>" (with the blank), and the reader
+// keeps unsent days and skips bad channels and days.
+TEST(EventSCDLCodec, ReadAndWrite) {
+    EXPECT_EQ(Get_EventSCDLInfo_XML(), cmdA(32809, ""));
+
+    EventSCDLRecord r{.CH = 7};
+    for (size_t d = 0; d < 7; ++d) r.Day[d] = std::to_string(d);
+    r.Day[6] = "a<b";  // escaped on the way out
+    EXPECT_EQ(Set_EventSCDL_XML(r),
+              cmdA(32810, "<CH>7</CH><EnableList><Enable Day=\"0\">0< /Enable><Enable Day=\"1\">1< /Enable>"
+                          "<Enable Day=\"2\">2< /Enable><Enable Day=\"3\">3< /Enable><Enable Day=\"4\">4< /Enable>"
+                          "<Enable Day=\"5\">5< /Enable><Enable Day=\"6\">a&lt;b< /Enable></EnableList>"));
+
+    struct Row {
+        const char* what;
+        std::string body;
+        bool ok;
+        size_t index;  // table entry checked
+        std::array<std::string, 7> days;
+    };
+    const std::string on(96, '1'), off(96, '0');
+    const Row rows[] = {
+        // Two days of channel 3; the others stay as they were (empty).
+        {"two days", "<EnableList><Enable CH=\"3\" Day=\"0\">" + off + "</Enable><Enable CH=\"3\" Day=\"6\">" + on +
+                         "</Enable></EnableList>",
+         true, 2, {off, "", "", "", "", "", on}},
+        // CH 0 and CH 65 select nothing; their days land nowhere.
+        {"bad CH", "<EnableList><Enable CH=\"0\" Day=\"1\">" + off + "</Enable><Enable CH=\"65\" Day=\"1\">" + off +
+                       "</Enable></EnableList>",
+         true, 0, {}},
+        // Day 7 and -1 are skipped; Day 2 is kept.
+        {"bad Day", "<EnableList><Enable CH=\"1\" Day=\"7\">" + off + "</Enable><Enable CH=\"1\" Day=\"-1\">" + off +
+                        "</Enable><Enable CH=\"1\" Day=\"2\">" + off + "</Enable></EnableList>",
+         true, 0, {"", "", off}},
+        // Day before CH: nothing is selected yet for that Day.
+        {"order", "<EnableList><Enable Day=\"4\" CH=\"2\">" + off + "</Enable></EnableList>", true, 1, {}},
+        // RET not 0: nothing read.
+        {"refused", "<EnableList><Enable CH=\"1\" Day=\"0\">" + off + "</Enable></EnableList>", false, 0, {}},
+    };
+    for (const Row& row : rows) {
+        EventSCDLTable t = EmptyEventSCDLTable();
+        const std::string text =
+            std::string(row.what) == "refused" ? reply(32809, row.body, "RET=\"-1\"") : reply(32809, row.body);
+        EXPECT_EQ(Load_EventSCDL_XML(text, t), row.ok) << row.what;
+        EXPECT_EQ(t[row.index].Day, row.days) << row.what;
+        EXPECT_EQ(t[row.index].CH, static_cast<int16_t>(row.index + 1)) << row.what;
+        // Only the named entry may change.
+        for (size_t i = 0; i < t.size(); ++i) {
+            if (i == row.index) continue;
+            EXPECT_EQ(t[i], (EventSCDLRecord{static_cast<int16_t>(i + 1), {}})) << row.what << i;
+        }
+    }
+    // A reply that does not parse reads nothing and does not throw.
+    EventSCDLTable t = EmptyEventSCDLTable();
+    EXPECT_FALSE(Load_EventSCDL_XML("<RESPONSE", t));
+    EXPECT_EQ(t, EmptyEventSCDLTable());
+}
