@@ -298,6 +298,19 @@ std::string SetCommandOf(const EventTables& tables, int kind) {
     }
 }
 
+std::string Set_EventAction_XML(const EventActionList& list) {
+    std::string body;
+    for (const EventActionRecord& r : list) {
+        if (r.ID < 0) continue;
+        body += "<Action" + Attr("CH", r.CH) + Attr("Event", r.Event) + Attr("ActionGroup", r.ActionGroup) +
+                Attr("TriggerID", r.TriggerID) + Attr("DigitalOut", bit(r.DigitalOut)) +
+                Attr("Preset", bit(r.Preset)) + Attr("DigitalOutID", r.DigitalOutID) +
+                Attr("DigitalOutState", r.DigitalOutState) + Attr("DODuration", r.DODuration) +
+                Attr("PresetDest", r.PresetDest) + " />";
+    }
+    return app::CommandA(app::cmd::kSetEventActions, app::wire::Elem("ActionList", body));
+}
+
 std::string Get_EventSCDLInfo_XML() { return app::CommandA(app::cmd::kGetEventSchedule, ""); }
 
 std::string Set_EventSCDL_XML(const EventSCDLRecord& record) {

@@ -60,6 +60,10 @@ bool Load_SOPServerList_XML(std::string_view xml, SOPContactList& list);
 bool Load_EventActionGroup_XML(std::string_view xml, EventGroupList& list);
 bool Load_EventAction_XML(std::string_view xml, EventActionList& list);
 
+/// 32775: every record with an ID of 0 or more, attributes in wire order, " />"; an empty table is
+/// "<ActionList></ActionList>".
+std::string Set_EventAction_XML(const EventActionList& list);
+
 // The event schedule: a week of seven 96-character day strings per channel.
 std::string Get_EventSCDLInfo_XML();  // 32809
 /// 32810: CH, then EnableList with Day 0..6; each day closes with "< /Enable>" (blank kept, the

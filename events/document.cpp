@@ -1,8 +1,10 @@
 // The event sections of kelvarra-ctl's documents. A changed section goes through the event page on
 // a copy of the tables, as a person would change it: the sub-tab chosen, a row clicked, the boxes
 // typed, Save, Add or Remove pressed; a group added or selected, named, its checks and destination
-// combos set, saved or removed. The page's own sends go to a link that holds them; what reaches the
-// service is decided afterwards, in an order that never leaves a group naming a missing destination.
+// combos set, saved or removed; an event action added or clicked, its combos and checks set, saved
+// or removed; a channel of the schedule clicked, its week painted, channels with the same week
+// marked, saved. The page's own sends go to a link that holds them; what reaches the service is
+// decided afterwards, in an order that never leaves a reference to something the service lacks.
 #include "events/document.h"
 
 #include <algorithm>
@@ -13,24 +15,35 @@
 #include <type_traits>
 #include <variant>
 
+#include "app/commands.h"
 #include "base/text.h"
+#include "events/action_tab.h"
 #include "events/codec.h"
+#include "events/event_names.h"
 #include "events/group_tab.h"
 #include "events/save.h"
+#include "events/schedule_tab.h"
 #include "events/server_tab.h"
+#include "recording/week_grid.h"
 
 namespace kv::events {
 
 namespace {
 
-// The page's saves while a document is staged: every write is answered as taken, none leaves.
+// The page's saves while a document is staged: every write is answered as taken, none leaves. The
+// action tab fills its preset combo from a read of the channel's presets, which the service answers.
 class HeldLink final : public link::ServiceLink {
 public:
+    explicit HeldLink(link::ServiceLink& service) : service_(service) {}
     void setEvents(link::LinkEvents*) override {}
     int32_t Login(const std::string&, int32_t, const std::string&, const std::string&, const std::string&) override {
         return -1;
     }
-    std::string SendCommand(int32_t, bool, const std::string&) override { return "<RESPONSE RET=\"0\"></RESPONSE>"; }
+    std::string SendCommand(int32_t reserved, bool wait, const std::string& xml) override {
+        static const std::string presetRead = "<CMD ID=\"" + std::to_string(app::cmd::kGetPresets) + "\"";
+        if (xml.rfind(presetRead, 0) == 0) return service_.SendCommand(reserved, wait, xml);
+        return "<RESPONSE RET=\"0\"></RESPONSE>";
+    }
     void Logout(int32_t) override {}
     int32_t GetExportProgress() override { return 0; }
     int32_t StartBackupToAVI(int32_t, const std::string&) override { return -1; }
@@ -43,37 +56,67 @@ public:
     std::string FilterTest(const std::string&, const std::string&) override { return ""; }
     void SearchServers(int32_t, int32_t) override {}
     void setSendTimeout(int32_t) override {}
+
+private:
+    link::ServiceLink& service_;
 };
 
-// The groups' list where a send stands for a kind.
+// Where a send stands for something other than a destination kind.
 constexpr int kGroups = kKindCount;
+constexpr int kSchedule = kKindCount + 1;
+constexpr int kActions = kKindCount + 2;
 
 }  // namespace
 
-// One write of the run: the list of `kind` (or the groups) as the service holds it before and after.
+// One write of the run: the list of `kind` (or one channel's week) as the service holds it before
+// and after.
 struct EventSend {
     int kind = 0;
+    int32_t ch = 0;  // the week's channel
     EventTables before;
     EventTables after;
 };
 
-// One run: the staged tables, the two tabs over them, and what the run decided to send.
+// One run: the staged tables, the tabs over them, and what the run decided to send.
 struct EventRun {
-    EventRun(const EventTables& loaded, app::Stage& stage)
-        : scratch(loaded),
+    EventRun(const EventTables& loaded, const channels::ChannelTables& channels,
+             std::span<const base::EventTypeName> types, const pos::POSTriggerEventList& triggers, app::Stage& stage)
+        : held(stage.link),
+          scratch(loaded),
+          channels(channels),
+          types(types),
+          triggers(triggers),
+          lang(stage.lang),
           servers(scratch, held, stage.prompter, stage.lang, stage.title),
-          groups(scratch, held, stage.prompter, stage.lang, stage.title) {
+          groups(scratch, held, stage.prompter, stage.lang, stage.title),
+          actions(scratch, channels, types, triggers, held, stage.prompter, stage.lang, stage.title),
+          schedule(scratch.strEventSCDL, channels, held, stage.prompter, stage.lang, stage.title) {
         servers.onListsChanged = [this] { groups.EnActionCondition(); };
     }
     HeldLink held;
     EventTables scratch;
+    const channels::ChannelTables& channels;
+    std::span<const base::EventTypeName> types;
+    const pos::POSTriggerEventList& triggers;
+    const base::Language& lang;
     ServerSettingTab servers;
     ActionGroupTab groups;
+    EventActionTab actions;
+    EventScheduleTab schedule;
     EventTables beforeGroups;  // the lists as they stood when the groups were staged
+    EventTables beforeGroupRemovals;  // the groups as they stood before the removals that waited for the actions
     std::array<std::map<int16_t, int16_t>, kKindCount> givenIds;  // a new record's ID in the document: the page's
+    std::map<int16_t, int16_t> givenGroups;  // the same for new groups
     std::map<int16_t, std::string> ftpNames;  // FTP id: the FileName the document gave, where the page stored another
     std::vector<std::pair<int, int16_t>> lateRemovals;  // destinations removed after the groups were staged
+    std::vector<int16_t> lateGroupRemovals;             // groups removed after the actions were staged
     std::vector<EventSend> sends;
+
+    /// "CH 3 Motion Event", as the plan and the messages name an action.
+    std::string actionName(int32_t ch, const std::string& event) const {
+        const std::string name = GetEventName(event, types, triggers, lang);
+        return "CH " + std::to_string(ch) + " " + (name == "-1" ? "event " + event : name);
+    }
 };
 
 namespace {
@@ -173,8 +216,10 @@ void withKind(int kind, Fn&& f) {
     });
 }
 
-const char* sectionOf(int kind) {
-    const char* out = "strEventGroup";
+std::string sectionOf(int kind, int32_t ch = 0) {
+    if (kind == kActions) return "strEventAction";
+    if (kind == kSchedule) return "strEventSCDL (CH " + std::to_string(ch) + ")";
+    std::string out = "strEventGroup";
     withKind(kind, [&](const auto& dk) { out = dk.section; });
     return out;
 }
@@ -664,13 +709,13 @@ void warnOffDest(const GroupDoc& d, const GroupTarget& t, const EventGroupRecord
 
 // OSD has no control on the page: it is taken as read, and a save of the list clears it.
 void warnOsd(const std::vector<GroupDoc>& docs, const std::vector<int16_t>& finalIds, const EventGroupList& loaded,
-             const EventGroupList& staged, bool saved, Stage& stage) {
+             const EventGroupList& staged, bool saved, bool savedAgain, Stage& stage) {
     for (size_t i = 0; i < docs.size(); ++i) {
         const GroupDoc& d = docs[i];
         if (!d.osd || finalIds[i] < 1) continue;
         const EventGroupRecord* was = findId(loaded, finalIds[i]);
         const EventGroupRecord* now = findId(staged, finalIds[i]);
-        const bool on = now && now->OSD;
+        const bool on = now && now->OSD && !savedAgain;
         if (*d.osd && !on)
             stage.warn(d.where + ": OSD stays off: the page has no control for it" +
                        (saved && was && was->OSD ? ", and saving the list through the page switches it off" : ""));
@@ -678,6 +723,11 @@ void warnOsd(const std::vector<GroupDoc>& docs, const std::vector<int16_t>& fina
             stage.warn(d.where + ": OSD stays on: the page has no control for it; it goes off only when the list is "
                                  "saved for another change");
     }
+}
+
+bool runByAction(const EventActionList& actions, int16_t id) {
+    return std::any_of(actions.begin(), actions.end(),
+                       [id](const EventActionRecord& a) { return a.ID >= 0 && a.ActionGroup == id; });
 }
 
 void stageGroups(const Json& value, EventRun& run, Stage& stage) {
@@ -690,9 +740,14 @@ void stageGroups(const Json& value, EventRun& run, Stage& stage) {
     std::vector<int16_t> finalIds(docs.size(), -1);
     std::vector<GroupTarget> targets(docs.size());
 
-    // Removals first: a freed id is given again, and a freed name may be taken.
+    // Removals first: a freed id is given again, and a freed name may be taken. A group an event
+    // action runs waits for the actions: the document may move them away.
     for (int16_t id : idsOf(loaded)) {
         if (std::any_of(docs.begin(), docs.end(), [&](const GroupDoc& d) { return d.id == id; })) continue;
+        if (runByAction(run.scratch.strEventAction, id)) {
+            run.lateGroupRemovals.push_back(id);
+            continue;
+        }
         const EventGroupRecord* g = findId(loaded, id);
         const std::string where =
             "strEventGroup (ID " + std::to_string(id) + " " + inQuotes(g->Name) + ", left out of the document)";
@@ -727,9 +782,10 @@ void stageGroups(const Json& value, EventRun& run, Stage& stage) {
             if (!targets[i].destGiven[static_cast<size_t>(&gd - kGroupDests.data())])
                 targets[i].g.*gd.dest = tab.GetDestID(gd.box, tab.cmbEventGroup[static_cast<size_t>(gd.box)].text());
         if (!fillGroup(d, targets[i], tab, stage) || !pressGroupSave(d.where, tab, stage, true)) return;
+        if (d.id) run.givenGroups[*d.id] = finalIds[i];
         if (d.id && *d.id != finalIds[i])
             stage.note(d.where, "ID " + std::to_string(*d.id) + " is new; the page gives it ID " +
-                                    std::to_string(finalIds[i]));
+                                    std::to_string(finalIds[i]) + ", and the event actions that run it follow");
     }
     if (!pressGroupSave("strEventGroup", tab, stage)) return;  // removals only
 
@@ -740,7 +796,10 @@ void stageGroups(const Json& value, EventRun& run, Stage& stage) {
         if (!made) return stage.refuse(docs[i].where, "the page did not keep the group");
         if ((!was || !sameTarget(targets[i].g, *was)) && !checkGroup(docs[i], targets[i], *made, stage)) return;
     }
-    warnOsd(docs, finalIds, loaded, staged, Set_EventGroup_XML(staged) != Set_EventGroup_XML(loaded), stage);
+    // Removals that wait for the actions save the list again, which clears OSD as any save does.
+    warnOsd(docs, finalIds, loaded, staged,
+            !run.lateGroupRemovals.empty() || Set_EventGroup_XML(staged) != Set_EventGroup_XML(loaded),
+            !run.lateGroupRemovals.empty(), stage);
 }
 
 // Destinations a group names, whatever its flag says, as the page's removal check compares them.
@@ -753,21 +812,543 @@ std::set<int16_t> namedBy(const EventGroupList& groups, int kind) {
     return out;
 }
 
+// A refusal where the caller answers whether to go on.
+bool refuseWith(Stage& stage, const std::string& where, const std::string& why) {
+    stage.refuse(where, why);
+    return false;
+}
+
+void removeLateGroups(EventRun& run, const EventTables& loaded, Stage& stage) {
+    if (run.lateGroupRemovals.empty()) return;
+    run.beforeGroupRemovals = run.scratch;
+    ActionGroupTab& tab = run.groups;
+    for (int16_t id : run.lateGroupRemovals) {
+        const EventGroupRecord* g = findId(loaded.strEventGroup, id);
+        const std::string where = "strEventGroup (ID " + std::to_string(id) + (g ? " " + inQuotes(g->Name) : "") +
+                                  ", left out of the document)";
+        stage.prompter.boxes.clear();
+        if (!tab.gridEventGroup_Click(groupRow(tab, id)) || !tab.imgEventGroupbtn_Click(Tab::kRemove))
+            return stage.refuse(where, stage.prompter.last("the group cannot be removed"));
+    }
+    pressGroupSave("strEventGroup", tab, stage);
+}
+
+// ---- the event actions as data ----
+
+using A = EventActionRecord;
+using ActionTab = EventActionTab;
+
+// The fields after the key (CH, Event), in wire order.
+struct ActionField {
+    const char* name;
+    std::variant<int16_t A::*, bool A::*> member;
+};
+const std::array<ActionField, 8> kActionFields = {{
+    {"ActionGroup", &A::ActionGroup},
+    {"TriggerID", &A::TriggerID},
+    {"DigitalOut", &A::DigitalOut},
+    {"Preset", &A::Preset},
+    {"DigitalOutID", &A::DigitalOutID},
+    {"DigitalOutState", &A::DigitalOutState},
+    {"DODuration", &A::DODuration},
+    {"PresetDest", &A::PresetDest},
+}};
+enum ActionFieldIndex : size_t { fGroup, fTrigger, fDO, fPreset, fDOID, fDOState, fDODuration, fPresetDest };
+using ActionValues = std::array<std::optional<int64_t>, kActionFields.size()>;
+
+int64_t valueOf(const ActionField& f, const A& a) {
+    return std::visit([&](auto p) { return static_cast<int64_t>(a.*p); }, f.member);
+}
+
+void setValue(const ActionField& f, A& a, int64_t v) {
+    std::visit([&](auto p) { a.*p = static_cast<std::remove_reference_t<decltype(a.*p)>>(v); }, f.member);
+}
+
+bool isFlag(const ActionField& f) { return std::holds_alternative<bool A::*>(f.member); }
+
+// A value as the document writes it.
+std::string shownValue(const ActionField& f, int64_t v) {
+    return isFlag(f) ? (v ? "true" : "false") : std::to_string(v);
+}
+
+bool listed(const A& a) { return a.ID >= 0 && !a.Removed; }
+
+const A* findAction(const EventActionList& list, int32_t ch, const std::string& event) {
+    for (const A& a : list)
+        if (listed(a) && a.CH == ch && a.Event == event) return &a;
+    return nullptr;
+}
+
+Json actionJson(const A& a) {
+    Json o{{"CH", a.CH}, {"Event", a.Event}};
+    for (const ActionField& f : kActionFields) o[f.name] = isFlag(f) ? Json(valueOf(f, a) != 0) : Json(valueOf(f, a));
+    return o;
+}
+
+Json actionsJson(const EventActionList& list) {
+    Json out = Json::array();
+    for (const A& a : list)
+        if (listed(a)) out.push_back(actionJson(a));
+    return out;
+}
+
+// An event action as a document gives it.
+struct ActionDoc {
+    std::string where;
+    int16_t ch = 0;
+    std::string event;
+    ActionValues values;
+};
+
+int16_t channelOf(const Json& o, const std::string& where) {
+    if (!o.contains("CH") || !o.at("CH").is_number_integer() || o.at("CH").get<int64_t>() < 1 ||
+        o.at("CH").get<int64_t>() > base::kMaxChannel)
+        throw DocumentError(where + ".CH: expected a channel number from 1 to " + std::to_string(base::kMaxChannel));
+    return static_cast<int16_t>(o.at("CH").get<int64_t>());
+}
+
+std::vector<ActionDoc> readActions(const Json& value) {
+    if (!value.is_array()) throw DocumentError("strEventAction: expected a list of event actions");
+    std::vector<ActionDoc> out;
+    for (size_t i = 0; i < value.size(); ++i) {
+        ActionDoc d;
+        d.where = "strEventAction[" + std::to_string(i) + "]";
+        const Json& o = value[i];
+        if (!o.is_object()) throw DocumentError(d.where + ": expected an event action");
+        d.ch = channelOf(o, d.where);
+        if (!o.contains("Event") || !o.at("Event").is_string())
+            throw DocumentError(d.where + ".Event: expected the event's code as a text (\"2001\")");
+        d.event = o.at("Event").get<std::string>();
+        for (const auto& [key, v] : o.items()) {
+            if (key == "CH" || key == "Event") continue;
+            const std::string at = d.where + "." + key;
+            const auto f = std::find_if(kActionFields.begin(), kActionFields.end(),
+                                        [&](const ActionField& x) { return key == x.name; });
+            if (f == kActionFields.end())
+                throw DocumentError(d.where + ": " + key + " is no field of an event action" +
+                                    (key == "ID" ? " (an action is known by its CH and Event)" : ""));
+            int64_t n = 0;
+            if (isFlag(*f)) {
+                n = flagOf(v, at) ? 1 : 0;
+            } else {
+                if (!v.is_number_integer() || v.get<int64_t>() < INT16_MIN || v.get<int64_t>() > INT16_MAX)
+                    throw DocumentError(at + ": expected a whole number from " + std::to_string(INT16_MIN) + " to " +
+                                        std::to_string(INT16_MAX));
+                n = v.get<int64_t>();
+            }
+            d.values[static_cast<size_t>(f - kActionFields.begin())] = n;
+        }
+        out.push_back(std::move(d));
+    }
+    return out;
+}
+
+// What an action is to become, and which of its fields the document asks the page to set.
+struct ActionTarget {
+    A want;
+    std::array<bool, kActionFields.size()> asked{};
+};
+
+int16_t followGroup(const EventRun& run, int16_t id) {
+    const auto it = run.givenGroups.find(id);
+    return it == run.givenGroups.end() ? id : it->second;
+}
+
+// A new action asks for every field the document gives; a loaded one for those it changes.
+ActionTarget targetOf(const ActionDoc& d, const A* loaded, const EventRun& run) {
+    ActionTarget t;
+    if (loaded) t.want = *loaded;
+    else t.want = A{.ID = 0, .CH = d.ch, .Event = d.event};
+    for (size_t i = 0; i < kActionFields.size(); ++i) {
+        if (!d.values[i]) continue;
+        const int64_t v = i == fGroup ? followGroup(run, static_cast<int16_t>(*d.values[i])) : *d.values[i];
+        t.asked[i] = !loaded || v != valueOf(kActionFields[i], *loaded);
+        setValue(kActionFields[i], t.want, v);
+    }
+    return t;
+}
+
+// ---- staging the event actions ----
+
+int actionRow(const ActionTab& tab, int32_t ch, const std::string& event) {
+    for (size_t r = 1; r < tab.GridEventAction.size(); ++r) {
+        const ActionTab::Row& row = tab.GridEventAction[r];
+        if (row.size() > ActionTab::kColCode && row[ActionTab::kColCH] == std::to_string(ch) &&
+            row[ActionTab::kColCode] == event)
+            return static_cast<int>(r);
+    }
+    return 0;
+}
+
+// A cell of the form's row.
+std::string cellOf(const ActionTab& tab, int col) {
+    const int r = tab.selectedRow;
+    if (r < 1 || static_cast<size_t>(r) >= tab.GridEventAction.size()) return "";
+    const ActionTab::Row& row = tab.GridEventAction[static_cast<size_t>(r)];
+    return static_cast<size_t>(col) < row.size() ? row[static_cast<size_t>(col)] : "";
+}
+
+// Chooses the first item of an enabled combo that fits; false when there is none.
+template <class Fits>
+bool choose(ActionTab& tab, int combo, Fits fits) {
+    const app::ComboBox& c = tab.cmbEventAction[static_cast<size_t>(combo)];
+    if (!c.enabled) return false;
+    for (size_t i = 0; i < c.items.size(); ++i) {
+        if (!fits(c.items[i], i)) continue;
+        tab.cmbEventAction_Click(combo, static_cast<int>(i));
+        return true;
+    }
+    return false;
+}
+
+std::string offered(const ActionTab& tab, int combo) {
+    const app::ComboBox& c = tab.cmbEventAction[static_cast<size_t>(combo)];
+    return c.enabled ? offeredItems(c) : "none";
+}
+
+// The channel items read "CH" and the number.
+bool isChannelItem(const std::string& item, int32_t ch) {
+    return item.starts_with("CH") && base::Trim(std::string_view(item).substr(2)) == std::to_string(ch);
+}
+
+// A preset item reads its number, "-" and its name.
+bool isPresetItem(const std::string& item, int16_t preset) {
+    return base::Trim(std::string_view(item).substr(0, item.find('-'))) == std::to_string(preset);
+}
+
+// What the page's save makes of a field of the open row, a channel without outputs aside: the
+// DI kinds count their trigger from 1 on the grid, the service from 0.
+int64_t savedValue(const ActionTab& tab, size_t field, const std::string& event) {
+    const auto number = [&](int col) { return base::LeadingNumber(cellOf(tab, col)); };
+    switch (field) {
+        case fTrigger: {
+            const std::string cell = cellOf(tab, ActionTab::kColTrigger);
+            if (cell.empty() || cell == "N/A") return -1;
+            const int64_t code = base::LeadingNumber(event), n = number(ActionTab::kColTrigger);
+            return code >= 1 && code <= 3 && n > 0 ? n - 1 : n;
+        }
+        case fDO: return !cellOf(tab, ActionTab::kColDO).empty() && cellOf(tab, ActionTab::kColDO) != "X";
+        case fPreset: return cellOf(tab, ActionTab::kColPreset) == "O";
+        case fDOID: return number(ActionTab::kColDOID);
+        case fDOState: return number(ActionTab::kColDOState);
+        case fDODuration: return number(ActionTab::kColDODuration);
+        case fPresetDest: return number(ActionTab::kColPresetDest);
+        default: return 0;
+    }
+}
+
+// The trigger combo's item of a target: a DI counted from 1, or a POS trigger's name.
+std::string triggerItem(const A& a, const EventRun& run) {
+    if (!IsPOSEventCode(static_cast<int32_t>(base::LeadingNumber(a.Event)))) return std::to_string(a.TriggerID + 1);
+    for (const pos::POSTriggerEventRecord& t : run.triggers)
+        if (t.ID == a.TriggerID) return t.Name;
+    return "";
+}
+
+// Sets the open form to the target through its controls; false after a refusal.
+bool fillAction(const ActionDoc& d, const ActionTarget& t, ActionTab& tab, const EventRun& run, Stage& stage) {
+    const A& w = t.want;
+    const std::string who = "channel " + std::to_string(w.CH);
+    const channels::ChannelRecord& channel = run.channels.strCH[static_cast<size_t>(w.CH - 1)];
+    const auto refuse = [&](const std::string& why) {
+        stage.refuse(d.where, why);
+        return false;
+    };
+    const auto field = [&](size_t i) {
+        return std::string(kActionFields[i].name) + " " + shownValue(kActionFields[i], valueOf(kActionFields[i], w));
+    };
+    const auto toSet = [&](size_t i) {
+        return t.asked[i] && savedValue(tab, i, w.Event) != valueOf(kActionFields[i], w);
+    };
+
+    if (t.asked[fGroup]) {
+        const EventGroupRecord* g = findId(run.scratch.strEventGroup, w.ActionGroup);
+        const auto fits = [&](const std::string& item, size_t) { return g && base::Trim(item) == base::Trim(g->Name); };
+        if (!g || (base::Trim(cellOf(tab, ActionTab::kColGroup)) != base::Trim(g->Name) &&
+                   !choose(tab, ActionTab::kCmbGroup, fits)))
+            return refuse(field(fGroup) + ": there is no action group " + std::to_string(w.ActionGroup) +
+                          " (offered: " + offered(tab, ActionTab::kCmbGroup) + ")");
+    }
+    if (toSet(fTrigger)) {
+        const std::string item = w.TriggerID < 0 ? "" : triggerItem(w, run);
+        if (item.empty() || !choose(tab, ActionTab::kCmbTrigger, [&](const std::string& i, size_t) { return i == item; }))
+            return refuse(field(fTrigger) + ": the page offers no such trigger for " + run.actionName(w.CH, w.Event) +
+                          " (offered: " + offered(tab, ActionTab::kCmbTrigger) + ")");
+    }
+
+    // Without outputs the page saves the pulse off and its numbers 0, whatever its controls hold.
+    const bool outputs = channel.NumberDO != 0;
+    for (size_t i : {fDO, fDOID, fDOState, fDODuration})
+        if (t.asked[i] && !outputs && valueOf(kActionFields[i], w) != 0)
+            return refuse(field(i) + ": " + who + " has no digital output");
+    if (outputs && toSet(fDO)) {
+        if (!tab.chkEventActionEnabled[ActionTab::kChkDO]) return refuse(field(fDO) + ": the DO box is disabled");
+        tab.chkEventAction_Click(ActionTab::kChkDO, w.DigitalOut);
+    }
+    struct DoCombo {
+        size_t field;
+        int combo;
+        bool byText;  // the item's text is the value; otherwise its index
+    };
+    for (const DoCombo& c : {DoCombo{fDOID, ActionTab::kCmbDOID, true}, DoCombo{fDOState, ActionTab::kCmbDOState, false},
+                             DoCombo{fDODuration, ActionTab::kCmbDODuration, false}}) {
+        if (!outputs || !toSet(c.field)) continue;
+        const int64_t v = valueOf(kActionFields[c.field], w);
+        const auto fits = [&](const std::string& item, size_t i) {
+            return c.byText ? item == std::to_string(v) : static_cast<int64_t>(i) == v;
+        };
+        if (!choose(tab, c.combo, fits))
+            return refuse(field(c.field) + ": not offered for " + who + " (offered: " + offered(tab, c.combo) + ")");
+    }
+
+    if (toSet(fPreset)) {
+        if (!tab.chkEventActionEnabled[ActionTab::kChkPreset])
+            return refuse(field(fPreset) + ": the preset box is disabled: " + who + " shows no presets");
+        tab.chkEventAction_Click(ActionTab::kChkPreset, w.Preset);
+    }
+    if (toSet(fPresetDest) &&
+        !choose(tab, ActionTab::kCmbPreset,
+                [&](const std::string& item, size_t) { return isPresetItem(item, w.PresetDest); }))
+        return refuse(field(fPresetDest) + ": " + who + " has no preset " + std::to_string(w.PresetDest) +
+                      " (offered: " + offered(tab, ActionTab::kCmbPreset) + ")");
+    return true;
+}
+
+bool pressActionSave(const std::string& where, ActionTab& tab, Stage& stage) {
+    stage.prompter.boxes.clear();
+    if (tab.imgEventActionbtn_Click(ActionTab::kSave)) return true;
+    stage.refuse(where, stage.prompter.last("the event actions cannot be saved"));
+    return false;
+}
+
+// Opens a new row on the document's channel and event; false after a refusal.
+bool openNewAction(const ActionDoc& d, ActionTab& tab, const EventRun& run, Stage& stage) {
+    stage.prompter.boxes.clear();
+    if (!tab.imgEventActionbtn_Click(ActionTab::kAdd))
+        return refuseWith(stage, d.where, stage.prompter.last("the page offers no new event action now"));
+    // The channel is chosen even when the form opened on it: its choice fills the outputs and presets.
+    if (!choose(tab, ActionTab::kCmbChannel, [&](const std::string& item, size_t) { return isChannelItem(item, d.ch); }) ||
+        cellOf(tab, ActionTab::kColCH) != std::to_string(d.ch))
+        return refuseWith(stage, d.where, "CH " + std::to_string(d.ch) + ": the page offers no channel " +
+                                         std::to_string(d.ch) + " (offered: " + offered(tab, ActionTab::kCmbChannel) +
+                                         ")");
+    const std::string name = GetEventName(d.event, run.types, run.triggers, run.lang);
+    if (!choose(tab, ActionTab::kCmbEvent, [&](const std::string& item, size_t) { return item == name; }) ||
+        cellOf(tab, ActionTab::kColCode) != d.event)
+        return refuseWith(stage, d.where, "Event " + d.event + ": the page does not offer " +
+                                         (name == "-1" ? "this event" : name) + " for channel " +
+                                         std::to_string(d.ch) + " (offered: " + offered(tab, ActionTab::kCmbEvent) +
+                                         ")");
+    return true;
+}
+
+// What the page saved against what the document asked for; the fields it changed on its own are
+// warned about (a channel without outputs saves them as 0).
+bool checkActions(const std::vector<ActionDoc>& docs, const std::vector<ActionTarget>& targets,
+                  const EventActionList& loaded, const EventRun& run, Stage& stage) {
+    const EventActionList& staged = run.scratch.strEventAction;
+    for (size_t i = 0; i < docs.size(); ++i) {
+        const ActionDoc& d = docs[i];
+        const A* made = findAction(staged, d.ch, d.event);
+        if (!made) return refuseWith(stage, d.where, "the page did not keep " + run.actionName(d.ch, d.event));
+        std::string own;
+        for (size_t f = 0; f < kActionFields.size(); ++f) {
+            const int64_t got = valueOf(kActionFields[f], *made), want = valueOf(kActionFields[f], targets[i].want);
+            if (got == want) continue;
+            if (targets[i].asked[f])
+                return refuseWith(stage, d.where, std::string(kActionFields[f].name) + " " +
+                                                      shownValue(kActionFields[f], want) + ": the page saves " +
+                                                      shownValue(kActionFields[f], got));
+            own += (own.empty() ? "" : ", ") + std::string(kActionFields[f].name);
+        }
+        if (!own.empty())
+            stage.warn(d.where + ": the page's save also changes " + run.actionName(d.ch, d.event) + ": " + own);
+    }
+    for (const A& a : loaded)
+        if (listed(a) && findAction(staged, a.CH, a.Event) &&
+            std::none_of(docs.begin(), docs.end(), [&](const ActionDoc& d) { return d.ch == a.CH && d.event == a.Event; }))
+            return refuseWith(stage, "strEventAction", "the page kept " + run.actionName(a.CH, a.Event));
+    return true;
+}
+
+// Removals, changes, then additions, each saved as it is made.
+void stageActions(const Json& value, const EventTables& loaded, EventRun& run, Stage& stage) {
+    const std::vector<ActionDoc> docs = readActions(value);
+    std::set<std::pair<int16_t, std::string>> pairs;
+    for (const ActionDoc& d : docs)
+        if (!pairs.insert({d.ch, d.event}).second)
+            return stage.refuse(d.where, run.actionName(d.ch, d.event) +
+                                             " appears twice: a channel takes each event once");
+    const EventActionList& before = loaded.strEventAction;
+    ActionTab& tab = run.actions;
+    tab.Refresh();
+
+    for (const A& a : before) {
+        if (!listed(a) || pairs.count({a.CH, a.Event})) continue;
+        const std::string where = "strEventAction (" + run.actionName(a.CH, a.Event) + ", left out of the document)";
+        stage.prompter.boxes.clear();
+        const int row = actionRow(tab, a.CH, a.Event);
+        if (!row || !tab.GridEventAction_MouseUp(row) || !tab.imgEventActionbtn_Click(ActionTab::kRemove))
+            return stage.refuse(where, stage.prompter.last("the event action cannot be removed"));
+        if (!pressActionSave(where, tab, stage)) return;
+    }
+    std::vector<ActionTarget> targets(docs.size());
+    for (size_t i = 0; i < docs.size(); ++i) {
+        const ActionDoc& d = docs[i];
+        const A* was = findAction(before, d.ch, d.event);
+        if (!was) continue;
+        targets[i] = targetOf(d, was, run);
+        if (std::none_of(targets[i].asked.begin(), targets[i].asked.end(), [](bool b) { return b; })) continue;
+        stage.prompter.boxes.clear();
+        if (!tab.GridEventAction_MouseUp(actionRow(tab, d.ch, d.event)))
+            return stage.refuse(d.where, stage.prompter.last("the event action cannot be opened"));
+        if (!fillAction(d, targets[i], tab, run, stage) || !pressActionSave(d.where, tab, stage)) return;
+    }
+    for (size_t i = 0; i < docs.size(); ++i) {
+        const ActionDoc& d = docs[i];
+        if (findAction(before, d.ch, d.event)) continue;
+        targets[i] = targetOf(d, nullptr, run);
+        if (!openNewAction(d, tab, run, stage) || !fillAction(d, targets[i], tab, run, stage) ||
+            !pressActionSave(d.where, tab, stage))
+            return;
+    }
+    checkActions(docs, targets, before, run, stage);
+}
+
+// ---- the event schedule ----
+
+bool configured(const channels::ChannelTables& c, int32_t ch) {
+    const int32_t count = std::clamp<int32_t>(c.iMaxChannel, 0, base::kMaxChannel);
+    return ch >= 1 && ch <= count && c.strCH[static_cast<size_t>(ch - 1)].configured();
+}
+
+using Week = std::array<std::string, recording::kDays>;
+
+// A week as the tab shows it: an empty day all on, 96 characters a day.
+Week shownWeek(const EventSCDLRecord& r) {
+    recording::WeekGrid grid(recording::WeekGrid::EmptyDay::kAllOn);
+    grid.Load(r.Day);
+    return grid.Days();
+}
+
+Json weeksJson(const EventSCDLTable& table, const channels::ChannelTables& channels) {
+    Json out = Json::array();
+    for (int32_t ch = 1; ch <= base::kMaxChannel; ++ch)
+        if (configured(channels, ch))
+            out.push_back(Json{{"CH", ch}, {"Day", shownWeek(table[static_cast<size_t>(ch - 1)])}});
+    return out;
+}
+
+// Paints the week on the grid as a person drags: each run of quarter hours the grid shows
+// otherwise, left button for on, right for off.
+void paintWeek(EventScheduleTab& tab, const Week& want) {
+    const recording::WeekGrid& grid = tab.gridEventSCDL;
+    const int midX = grid.geometry().colWidth / 2, midY = grid.geometry().rowHeight / 2;
+    for (int row = 1; row <= recording::kDays; ++row) {
+        const std::string& day = want[static_cast<size_t>(row - 1)];
+        const std::string shown = grid.Days()[static_cast<size_t>(row - 1)];
+        const int y = grid.rowTop(row) + midY;
+        for (int first = 1; first <= recording::kSlotsPerDay;) {
+            const char c = day[static_cast<size_t>(first - 1)];
+            int last = first;
+            while (last < recording::kSlotsPerDay && day[static_cast<size_t>(last)] == c) ++last;
+            const size_t from = static_cast<size_t>(first - 1), count = static_cast<size_t>(last - first + 1);
+            if (shown.compare(from, count, day, from, count) != 0) {
+                tab.gridEventSCDL_MouseDown(c == '1' ? recording::kButtonLeft : recording::kButtonRight,
+                                            grid.slotLeft(first) + midX, y);
+                tab.gridEventSCDL_MouseMove(grid.slotLeft(last) + midX, y);
+                tab.gridEventSCDL_MouseUp(grid.slotLeft(last) + midX, y);
+            }
+            first = last + 1;
+        }
+    }
+}
+
+size_t scheduleRow(const EventScheduleTab& tab, int32_t ch) {
+    for (size_t r = 0; r < tab.gridEventSCDL_CHList.size(); ++r)
+        if (tab.gridEventSCDL_CHList[r].ch == ch) return r;
+    return tab.gridEventSCDL_CHList.size();
+}
+
+// Each changed week is painted once; the channels that take the same week are marked with the
+// first of them and saved together.
+void stageSchedule(const Json& value, const EventTables& loaded, EventRun& run, Stage& stage) {
+    if (!value.is_array()) throw DocumentError("strEventSCDL: expected a list of weeks");
+    std::set<int32_t> seen;
+    std::vector<std::pair<Week, std::vector<int32_t>>> weeks;
+    for (size_t i = 0; i < value.size(); ++i) {
+        const std::string where = "strEventSCDL[" + std::to_string(i) + "]";
+        const Json& o = value[i];
+        if (!o.is_object()) throw DocumentError(where + ": expected the week of a channel");
+        const int32_t ch = channelOf(o, where);
+        if (!seen.insert(ch).second) throw DocumentError(where + ": channel " + std::to_string(ch) + " appears twice");
+        for (const auto& [key, v] : o.items())
+            if (key != "CH" && key != "Day") throw DocumentError(where + ": " + key + " is no field of a week");
+        if (!o.contains("Day")) continue;
+        const Json& days = o.at("Day");
+        if (!days.is_array() || days.size() != recording::kDays)
+            throw DocumentError(where + ".Day: expected seven day strings, Sunday first");
+        const std::string who = "channel " + std::to_string(ch);
+        Week want;
+        for (size_t d = 0; d < want.size(); ++d) {
+            want[d] = textOf(days[d], where + ".Day[" + std::to_string(d) + "]");
+            const std::string day = who + ", day " + std::to_string(d) + ": ";
+            const std::string form = "; a day is 96 quarter hours, each \"0\" or \"1\"";
+            if (want[d].size() != static_cast<size_t>(recording::kSlotsPerDay))
+                return stage.refuse(where, day + std::to_string(want[d].size()) + " characters" + form);
+            if (const size_t bad = want[d].find_first_not_of("01"); bad != std::string::npos)
+                return stage.refuse(where, day + "\"" + want[d].substr(bad, 1) + "\" at quarter hour " +
+                                               std::to_string(bad + 1) + form);
+        }
+        if (!configured(run.channels, ch))
+            return stage.refuse(where, who + ": the schedule lists only the channels that have a camera");
+        if (want == shownWeek(loaded.strEventSCDL[static_cast<size_t>(ch - 1)])) continue;
+        const auto same = std::find_if(weeks.begin(), weeks.end(), [&](const auto& w) { return w.first == want; });
+        if (same == weeks.end()) weeks.push_back({want, {ch}});
+        else same->second.push_back(ch);
+    }
+    EventScheduleTab& tab = run.schedule;
+    tab.Refresh();
+    for (auto& [week, chs] : weeks) {
+        std::sort(chs.begin(), chs.end());
+        const std::string where = "strEventSCDL (CH " + std::to_string(chs.front()) + ")";
+        stage.prompter.boxes.clear();
+        if (!tab.gridEventSCDL_CHList_Click(scheduleRow(tab, chs.front())))
+            return stage.refuse(where, stage.prompter.last("the channel cannot be chosen"));
+        paintWeek(tab, week);
+        for (size_t k = 1; k < chs.size(); ++k) tab.markChannel(scheduleRow(tab, chs[k]), true);
+        stage.prompter.boxes.clear();
+        if (!tab.imgEventSCDLbtn_Click(EventScheduleTab::kSave))
+            return stage.refuse(where, stage.prompter.last("the week cannot be saved"));
+        for (int32_t ch : chs)
+            if (run.scratch.strEventSCDL[static_cast<size_t>(ch - 1)].Day != week)
+                return stage.refuse(where, "the page did not save the week of channel " + std::to_string(ch));
+    }
+}
+
 // ---- the sends ----
 
-void copyList(int kind, const EventTables& from, EventTables& to) {
-    if (kind == kGroups) {
-        to.strEventGroup = from.strEventGroup;
-        return;
+void copyList(int kind, int32_t ch, const EventTables& from, EventTables& to) {
+    switch (kind) {
+        case kGroups: to.strEventGroup = from.strEventGroup; return;
+        case kActions: to.strEventAction = from.strEventAction; return;
+        case kSchedule: to.strEventSCDL[static_cast<size_t>(ch - 1)] = from.strEventSCDL[static_cast<size_t>(ch - 1)]; return;
+        default: withKind(kind, [&](const auto& dk) { to.*dk.list = from.*dk.list; });
     }
-    withKind(kind, [&](const auto& dk) { to.*dk.list = from.*dk.list; });
 }
 
-std::string commandOf(int kind, const EventTables& t) {
-    return kind == kGroups ? Set_EventGroup_XML(t.strEventGroup) : SetCommandOf(t, kind);
+std::string commandOf(int kind, int32_t ch, const EventTables& t) {
+    switch (kind) {
+        case kGroups: return Set_EventGroup_XML(t.strEventGroup);
+        case kActions: return Set_EventAction_XML(t.strEventAction);
+        case kSchedule: return Set_EventSCDL_XML(t.strEventSCDL[static_cast<size_t>(ch - 1)]);
+        default: return SetCommandOf(t, kind);
+    }
 }
 
-bool differs(int kind, const EventTables& a, const EventTables& b) { return commandOf(kind, a) != commandOf(kind, b); }
+bool differs(int kind, const EventTables& a, const EventTables& b, int32_t ch = 0) {
+    return commandOf(kind, ch, a) != commandOf(kind, ch, b);
+}
 
 // A group with its flag on names a destination of `kind` that `service` does not hold.
 bool namesMissing(const EventGroupList& groups, int kind, const EventTables& service) {
@@ -783,29 +1364,44 @@ bool namesMissing(const EventGroupList& groups, int kind, const EventTables& ser
     return false;
 }
 
-// The lists in the shell's save order, then the groups; but the groups first when a removed
-// destination was named by a group the service holds, with only the lists the new groups need
-// ahead of them (as they stood before the removals that waited for the groups).
+// An action runs a group that `service` does not hold.
+bool runsMissing(const EventActionList& actions, const EventTables& service) {
+    return std::any_of(actions.begin(), actions.end(), [&](const A& a) {
+        return listed(a) && !findId(service.strEventGroup, a.ActionGroup);
+    });
+}
+
+// The shell's save order: the lists, the groups, each changed week, the actions. When a removed
+// destination was named by a group the service holds, the groups go first, with only the lists
+// the new groups need ahead of them (as they stood before the removals that waited for the
+// groups). When a removed group was run by an action the service holds, the actions go before
+// the groups, with the groups ahead of them only when the new actions run a new group (then as
+// they stood before the removals that waited for the actions).
 std::vector<EventSend> decideSends(const EventTables& loaded, const EventRun& run) {
     const EventTables& staged = run.scratch;
     std::vector<EventSend> out;
-    // Every late removal is of a destination a loaded group named.
+    // Every late removal is of a destination a loaded group named, or of a group a loaded action ran.
     const bool groupsFirst = !run.lateRemovals.empty() && differs(kGroups, staged, loaded);
+    const bool actionsFirst = !run.lateGroupRemovals.empty() && differs(kActions, staged, loaded);
     EventTables sent = loaded;
-    const auto send = [&](int kind, const EventTables& after) {
-        if (!differs(kind, after, sent)) return;
-        EventSend s{kind, sent, sent};
-        copyList(kind, after, s.after);
-        copyList(kind, after, sent);
+    const auto send = [&](int kind, const EventTables& after, int32_t ch = 0) {
+        if (!differs(kind, after, sent, ch)) return;
+        EventSend s{kind, ch, sent, sent};
+        copyList(kind, ch, after, s.after);
+        copyList(kind, ch, after, sent);
         out.push_back(std::move(s));
     };
-    if (groupsFirst) {
-        for (int kind = 0; kind < kKindCount; ++kind)
-            if (namesMissing(staged.strEventGroup, kind, sent)) send(kind, run.beforeGroups);
-        send(kGroups, staged);
+    for (int kind = 0; kind < kKindCount; ++kind)
+        if (!groupsFirst || namesMissing(staged.strEventGroup, kind, sent))
+            send(kind, groupsFirst ? run.beforeGroups : staged);
+    if (actionsFirst) {
+        if (runsMissing(staged.strEventAction, sent)) send(kGroups, run.beforeGroupRemovals);
+        send(kActions, staged);
     }
-    for (int kind = 0; kind < kKindCount; ++kind) send(kind, staged);
     send(kGroups, staged);
+    for (int kind = 0; kind < kKindCount; ++kind) send(kind, staged);
+    for (int32_t ch = 1; ch <= static_cast<int32_t>(staged.strEventSCDL.size()); ++ch) send(kSchedule, staged, ch);
+    send(kActions, staged);
     return out;
 }
 
@@ -876,21 +1472,56 @@ void planGroups(const EventSend& s, std::vector<std::string>& out) {
             out.push_back("adds action group " + inQuotes(g.Name) + " as ID " + std::to_string(g.ID));
 }
 
+void planActions(const EventSend& s, const EventRun& run, std::vector<std::string>& out) {
+    const EventActionList& before = s.before.strEventAction;
+    const EventActionList& after = s.after.strEventAction;
+    for (const A& a : before)
+        if (listed(a) && !findAction(after, a.CH, a.Event))
+            out.push_back("removes event action " + run.actionName(a.CH, a.Event));
+    for (const A& a : after) {
+        const A* was = listed(a) ? findAction(before, a.CH, a.Event) : nullptr;
+        if (!was) continue;
+        const std::string fields = app::ChangedFields(actionJson(*was), actionJson(a));
+        if (!fields.empty()) out.push_back("changes event action " + run.actionName(a.CH, a.Event) + ": " + fields);
+    }
+    for (const A& a : after)
+        if (listed(a) && !findAction(before, a.CH, a.Event))
+            out.push_back("adds event action " + run.actionName(a.CH, a.Event));
+}
+
+std::string planWeek(const EventSend& s) {
+    const size_t i = static_cast<size_t>(s.ch - 1);
+    const Week was = shownWeek(s.before.strEventSCDL[i]), now = shownWeek(s.after.strEventSCDL[i]);
+    std::vector<std::string> days;
+    for (size_t d = 0; d < was.size(); ++d)
+        if (was[d] != now[d]) days.push_back(std::to_string(d));
+    std::string list;
+    for (const std::string& d : days) list += (list.empty() ? "" : ", ") + d;
+    return "changes the event schedule of channel " + std::to_string(s.ch) + ": " +
+           (days.size() == 1 ? "day " : "days ") + list;
+}
+
 }  // namespace
 
-EventDocument::EventDocument(EventTables& tables) : tables_(tables) {}
+EventDocument::EventDocument(EventTables& tables, const channels::ChannelTables& channels,
+                             std::span<const base::EventTypeName> types, const pos::POSTriggerEventList& triggers)
+    : tables_(tables), channels_(channels), types_(types), triggers_(triggers) {}
 EventDocument::~EventDocument() = default;
 
 std::vector<std::string> EventDocument::names() const {
     std::vector<std::string> out;
     forEachKind([&](const auto& dk) { out.push_back(dk.section); });
     out.push_back("strEventGroup");
+    out.push_back("strEventAction");
+    out.push_back("strEventSCDL");
     return out;
 }
 
 void EventDocument::dump(Json& doc, const app::DumpForm& form) const {
     forEachKind([&](const auto& dk) { doc[dk.section] = listJson(dk, tables_.*dk.list, form); });
     doc["strEventGroup"] = groupsJson(tables_.strEventGroup);
+    doc["strEventAction"] = actionsJson(tables_.strEventAction);
+    doc["strEventSCDL"] = weeksJson(tables_.strEventSCDL, channels_);
 }
 
 void EventDocument::stage(const Json& doc, Stage& stage) {
@@ -905,10 +1536,14 @@ void EventDocument::stage(const Json& doc, Stage& stage) {
         changed[static_cast<size_t>(dk.kind)] = !app::SameValue(given, loaded.at(dk.section));
         any = any || changed[static_cast<size_t>(dk.kind)];
     });
-    const bool groupsChanged =
-        doc.contains("strEventGroup") && !app::SameValue(doc.at("strEventGroup"), loaded.at("strEventGroup"));
-    if (!any && !groupsChanged) return;
-    run_ = std::make_unique<EventRun>(tables_, stage);
+    const auto sectionChanged = [&](const char* name) {
+        return doc.contains(name) && !app::SameValue(doc.at(name), loaded.at(name));
+    };
+    const bool groupsChanged = sectionChanged("strEventGroup");
+    const bool actionsChanged = sectionChanged("strEventAction");
+    const bool scheduleChanged = sectionChanged("strEventSCDL");
+    if (!any && !groupsChanged && !actionsChanged && !scheduleChanged) return;
+    run_ = std::make_unique<EventRun>(tables_, channels_, types_, triggers_, stage);
     EventRun& run = *run_;
 
     forEachKind([&](const auto& dk) {
@@ -920,7 +1555,14 @@ void EventDocument::stage(const Json& doc, Stage& stage) {
     run.beforeGroups = run.scratch;
     if (groupsChanged) stageGroups(doc.at("strEventGroup"), run, stage);
     if (stage.refused()) return;
+    // New groups are there to be chosen; a removed group still is, until its actions have gone.
+    if (actionsChanged) stageActions(doc.at("strEventAction"), tables_, run, stage);
+    if (stage.refused()) return;
+    removeLateGroups(run, tables_, stage);
+    if (stage.refused()) return;
     removeLate(run, tables_, stage);
+    if (stage.refused()) return;
+    if (scheduleChanged) stageSchedule(doc.at("strEventSCDL"), tables_, run, stage);
     if (stage.refused()) return;
     run.sends = decideSends(tables_, run);
     if (run.sends.empty() && !run.ftpNames.empty())
@@ -932,6 +1574,8 @@ std::vector<std::string> EventDocument::plan() const {
     if (!run_) return out;
     for (const EventSend& s : run_->sends) {
         if (s.kind == kGroups) planGroups(s, out);
+        else if (s.kind == kActions) planActions(s, *run_, out);
+        else if (s.kind == kSchedule) out.push_back(planWeek(s));
         else withKind(s.kind, [&](const auto& dk) { planList(dk, s, *run_, out); });
     }
     return out;
@@ -943,13 +1587,19 @@ void EventDocument::saves(Stage& stage, std::vector<PendingSave>& out) {
     EventTables& tables = tables_;
     for (const EventSend& s : run_->sends) {
         const int kind = s.kind;
+        const int32_t ch = s.ch;
         const EventTables after = s.after;
-        out.push_back({sectionOf(kind), commandOf(kind, after),
-                       [&link, kind, after](std::string& reply) {
-                           return kind == kGroups ? SaveEventGroup_Setting(link, after.strEventGroup, &reply)
-                                                  : Save_EventListenServer(link, after, kind, &reply);
+        out.push_back({sectionOf(kind, ch), commandOf(kind, ch, after),
+                       [&link, kind, ch, after](std::string& reply) {
+                           switch (kind) {
+                               case kGroups: return SaveEventGroup_Setting(link, after.strEventGroup, &reply);
+                               case kActions: return SaveEventAction_Setting(link, after.strEventAction, &reply);
+                               case kSchedule:
+                                   return Save_EventSCDL(link, after.strEventSCDL[static_cast<size_t>(ch - 1)], &reply);
+                               default: return Save_EventListenServer(link, after, kind, &reply);
+                           }
                        },
-                       [&tables, kind, after] { copyList(kind, after, tables); }});
+                       [&tables, kind, ch, after] { copyList(kind, ch, after, tables); }});
     }
 }
 

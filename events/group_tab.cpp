@@ -57,6 +57,21 @@ auto visitList(const EventTables& t, int box, F&& f) {
     }
 }
 
+}  // namespace
+
+bool GroupHasBox(const EventGroupRecord& group, int box) { return isDestBox(box) && group.*destField(box).flag; }
+
+int16_t GroupBoxDest(const EventGroupRecord& group, int box) {
+    return isDestBox(box) ? group.*destField(box).dest : int16_t{-1};
+}
+
+std::string GroupBoxItem(const EventGroupRecord& group, int box) {
+    if (!GroupHasBox(group, box)) return {};
+    return std::string(destField(box).item) + std::to_string(group.*destField(box).dest);
+}
+
+namespace {
+
 int16_t toInt16(std::string_view text) {
     return static_cast<int16_t>(std::clamp<int64_t>(base::LeadingNumber(text), INT16_MIN, INT16_MAX));
 }

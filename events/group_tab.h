@@ -18,6 +18,13 @@ namespace kv::events {
 
 /// The Action Group tab. `gridEventGroup` is the working store: edits land in it and reach
 /// `strEventGroup` and the service only through Save, which sends the list the grid holds.
+/// Whether `group` has the destination kind of box `box` (2..7: FTP, Mail, HTTP, TCP, Sound,
+/// SOP), and its item text as the group form shows it (" Mail # 2"); empty when the kind is off.
+bool GroupHasBox(const EventGroupRecord& group, int box);
+std::string GroupBoxItem(const EventGroupRecord& group, int box);
+/// The destination id of box `box` in `group`.
+int16_t GroupBoxDest(const EventGroupRecord& group, int box);
+
 class ActionGroupTab {
 public:
     /// Rows of texts; row 0 holds the column titles.

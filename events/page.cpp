@@ -3,10 +3,15 @@
 
 namespace kv::events {
 
-EventPage::EventPage(EventTables& tables, link::ServiceLink& link, app::Prompter& prompter,
-                     const base::Language& lang, std::string title)
-    : server(tables, link, prompter, lang, title), group(tables, link, prompter, lang, title) {
-    // A saved destination list changes what the groups can choose.
+EventPage::EventPage(EventTables& tables, const channels::ChannelTables& channels,
+                     std::span<const base::EventTypeName> types, const pos::POSTriggerEventList& triggers,
+                     link::ServiceLink& link, app::Prompter& prompter, const base::Language& lang, std::string title)
+    : server(tables, link, prompter, lang, title),
+      group(tables, link, prompter, lang, title),
+      action(tables, channels, types, triggers, link, prompter, lang, title),
+      schedule(tables.strEventSCDL, channels, link, prompter, lang, title) {
+    // A saved destination list changes what the groups can choose; saved groups what the actions
+    // can name.
     server.onListsChanged = [this] { group.EnActionCondition(); };
 }
 
@@ -19,10 +24,16 @@ void EventPage::Refresh() {
     if (!server.dirty()) server.Refresh();
     if (!group.dirty()) group.Refresh();
     else group.EnActionCondition();
+    action.Refresh();
+    schedule.Refresh();
 }
 
 void EventPage::tabEvent_Click(int index) {
-    if (index == kTabServers || index == kTabGroups) tabEvent = index;
+    if (index < 0 || index >= kTabCount) return;
+    tabEvent = index;
+    // The overview shows the table as saved; the action form's group list follows saved groups.
+    if (index == kTabOverview) action.ShowEventInfo();
+    if (index == kTabActions) action.Refresh();
 }
 
 }  // namespace kv::events

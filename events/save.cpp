@@ -15,6 +15,10 @@ bool SaveEventGroup_Setting(link::ServiceLink& link, const EventGroupList& list,
     return app::SendWrite(link, Set_EventGroup_XML(list), reply);
 }
 
+bool SaveEventAction_Setting(link::ServiceLink& link, const EventActionList& list, std::string* reply) {
+    return app::SendWrite(link, Set_EventAction_XML(list), reply);
+}
+
 bool Save_EventSCDL(link::ServiceLink& link, const EventSCDLRecord& record, std::string* reply) {
     return app::SendWrite(link, Set_EventSCDL_XML(record), reply);
 }

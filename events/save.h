@@ -14,6 +14,9 @@ bool Save_EventListenServer(link::ServiceLink& link, const EventTables& tables, 
 /// The same for `Set_EventGroup_XML(list)`.
 bool SaveEventGroup_Setting(link::ServiceLink& link, const EventGroupList& list, std::string* reply = nullptr);
 
+/// The same for `Set_EventAction_XML(list)` (32775).
+bool SaveEventAction_Setting(link::ServiceLink& link, const EventActionList& list, std::string* reply = nullptr);
+
 /// The same for `Set_EventSCDL_XML(record)` (32810).
 bool Save_EventSCDL(link::ServiceLink& link, const EventSCDLRecord& record, std::string* reply = nullptr);
 

@@ -18,7 +18,7 @@ SubjectList MakeSubjects(Config& c, const app::SubjectServices& s, admin::Server
     auto recording = std::make_unique<recording::RecordingSubject>(c, s, channelSubject.get());
     list.push_back(std::move(channelSubject));
     list.push_back(std::move(recording));
-    list.push_back(std::make_unique<events::EventsSubject>(s));
+    list.push_back(std::make_unique<events::EventsSubject>(c, s));
     return list;
 }
 

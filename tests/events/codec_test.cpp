@@ -6,8 +6,12 @@
 #include <gtest/gtest.h>
 
 #include "events/codec.h"
+#include "events/event_names.h"
+#include "pos/codec.h"
 #include "tests/base/test_util.h"
+#include "tests/support/fakes.h"
 
+using namespace kv;
 using namespace kv::events;
 
 // Records are written with designated initializers: the fields left out keep their defaults.
@@ -252,4 +256,72 @@ TEST(EventSCDLCodec, ReadAndWrite) {
     EventSCDLTable t = EmptyEventSCDLTable();
     EXPECT_FALSE(Load_EventSCDL_XML("<RESPONSE", t));
     EXPECT_EQ(t, EmptyEventSCDLTable());
+}
+
+TEST(EventActionCodec, WriteIsByteExactAndReadTakesAttributesByName) {
+    EventActionList list;
+    // An empty table writes its two tags; the blank record is no action.
+    EXPECT_EQ(Set_EventAction_XML(list = EventActionList(1)),
+              "<CMD ID=\"32775\"><UserData>CONFIG_AP</UserData><Param><ActionList></ActionList></Param></CMD>");
+    // Shuffled attributes, an unknown one, numbering by place: ID 1 and 2 whatever the reply says.
+    ASSERT_TRUE(Load_EventAction_XML(
+        "<RESPONSE RET=\"0\"><ActionList><Action Preset=\"1\" Colour=\"red\" PresetDest=\"3\" Event=\"4110\" CH=\"9\" "
+        "ActionGroup=\"4\" TriggerID=\"1\" ID=\"77\" /><Action CH=\"2\" Event=\"a&amp;lt;b\" /></ActionList></RESPONSE>",
+        list));
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0], (EventActionRecord{1, 9, "4110", 4, 1, false, true, 0, 0, 0, 3}));
+    EXPECT_EQ(list[1].ID, 2);
+    EXPECT_EQ(list[1].ActionGroup, 0) << "an absent number reads 0";
+    EXPECT_EQ(list[1].Event, "a<b");
+    // A record with ID 0 (a new row) is written; the event text is escaped.
+    list[1].ID = 0;
+    EXPECT_EQ(Set_EventAction_XML(list),
+              "<CMD ID=\"32775\"><UserData>CONFIG_AP</UserData><Param><ActionList>"
+              "<Action CH=\"9\" Event=\"4110\" ActionGroup=\"4\" TriggerID=\"1\" DigitalOut=\"0\" Preset=\"1\" "
+              "DigitalOutID=\"0\" DigitalOutState=\"0\" DODuration=\"0\" PresetDest=\"3\" />"
+              "<Action CH=\"2\" Event=\"a&lt;b\" ActionGroup=\"0\" TriggerID=\"0\" DigitalOut=\"0\" Preset=\"0\" "
+              "DigitalOutID=\"0\" DigitalOutState=\"0\" DODuration=\"0\" PresetDest=\"0\" /></ActionList></Param></CMD>");
+    // Empty, refused and malformed replies leave the blank record.
+    for (const char* bad : {"<RESPONSE RET=\"0\"><ActionList></ActionList></RESPONSE>",
+                            "<RESPONSE RET=\"-1\"><ActionList><Action CH=\"1\" /></ActionList></RESPONSE>",
+                            "<RESPONSE RET=\"0\"><ActionList><Action CH=\"1\""}) {
+        Load_EventAction_XML(bad, list);
+        EXPECT_EQ(list, EventActionList(1)) << bad;
+    }
+}
+
+TEST(EventNames, NamesCodesAndPictures) {
+    const base::AppTables app = base::APP_SPEC_INIT(test::English());
+    pos::POSTriggerEventList triggers(1);
+    ASSERT_TRUE(pos::Load_POSDefineTriiggerEvent_XML(
+        "<RESPONSE RET=\"0\"><UserDefinedEventList>"
+        "<UserDefinedEvent><ID>1</ID><Name>Void</Name><Type>1</Type><Keyword>VOID</Keyword><MatchWholeWord>1"
+        "</MatchWholeWord></UserDefinedEvent>"
+        "<UserDefinedEvent><ID>3</ID><Name>Big &amp;amp; sale</Name><Type>2</Type><Condition>1</Condition>"
+        "<NumericValue>500.00</NumericValue></UserDefinedEvent></UserDefinedEventList></RESPONSE>",
+        triggers));
+    ASSERT_EQ(triggers.size(), 2u);
+    EXPECT_EQ(triggers[0].MatchWholeWord, 1);
+    EXPECT_EQ(triggers[1].Name, "Big & sale");
+    EXPECT_FLOAT_EQ(triggers[1].NumericValue, 500.0f);
+    EXPECT_TRUE(triggers[1].Keyword.empty()) << "only the elements of its type";
+
+    const auto name = [&](const char* code) { return GetEventName(code, app.eventTypes, triggers, test::English()); };
+    EXPECT_EQ(name("2001"), "Motion Event");
+    EXPECT_EQ(name("3"), "DI Change");
+    EXPECT_EQ(name("4112"), "POS Trigger:3[Big & sale]") << "a POS trigger by code - 4109";
+    EXPECT_EQ(name("4111"), "-1") << "no trigger 2";
+    EXPECT_EQ(name("x"), "-1");
+    EXPECT_EQ(GetEventCode("Motion Event", app.eventTypes), 2001);
+    EXPECT_EQ(GetEventCode("POS Trigger:3[Big & sale]", app.eventTypes), 4112);
+    EXPECT_EQ(GetEventCode("Evento de movimiento", app.eventTypes), -1) << "a name of another language";
+    struct Icon {
+        const char* code;
+        const char* key;
+    };
+    for (const Icon& i : {Icon{"2001", "E2001"}, Icon{"4101", "E4101"}, Icon{"4110", "E4110"},
+                          Icon{"4150", "E4110"}, Icon{"4199", "E4110"}, Icon{"4200", "E4200"}})
+        EXPECT_EQ(EventIconKey(i.code), i.key) << i.code;
+    EXPECT_TRUE(IsPOSEventCode(4101) && IsPOSEventCode(4138));
+    EXPECT_FALSE(IsPOSEventCode(4139)) << "a code of 4139 or above is a DI kind on the grid";
 }
